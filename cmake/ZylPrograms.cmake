@@ -11,8 +11,6 @@ function(zyl_tests folder)
     target_link_libraries(test_${folder} PRIVATE zyl zyl_test_support ${arg_LIBRARIES})
     target_include_directories(test_${folder} PRIVATE ${CMAKE_CURRENT_SOURCE_DIR})
     target_precompile_headers(test_${folder} REUSE_FROM zyl_test_support)
-    target_compile_definitions(test_${folder} PRIVATE
-        ZYL_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}/data/${folder}")
     if(NOT arg_TIMEOUT)
         set(arg_TIMEOUT 600)
     endif()
