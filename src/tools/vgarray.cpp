@@ -1,0 +1,293 @@
+#include "tools/vgarray.h"
+
+#include "tools/vsort.h"
+#include "toolkit/checkpointer.h"
+
+#include <qlogging.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+
+namespace
+{
+/// A new block with a copy of the bytes; null for no bytes, and without memory.
+char* copyOf(const char* data, unsigned len)
+{
+    if (len == 0)
+        return nullptr;
+    char* block = static_cast<char*>(std::malloc(len));
+    qt_check_pointer(!block, "tools/vgarray", 143);
+    if (block)
+        std::memcpy(block, data, len);
+    return block;
+}
+
+int compareBytes(const void* a, const void* b, void* size)
+{
+    return std::memcmp(a, b, *static_cast<const unsigned*>(size));
+}
+
+template <class Word>
+struct EqualWords {
+    bool operator()(const char* a, const char* b) const
+    {
+        Word x, y;
+        std::memcpy(&x, a, sizeof x);
+        std::memcpy(&y, b, sizeof y);
+        return x == y;
+    }
+};
+
+/// Calls `use` with a test for equal elements; for the sizes of numbers it compares whole words.
+template <class Use>
+auto withEquality(unsigned size, Use&& use)
+{
+    switch (size) {
+    case 1:
+        return use(EqualWords<quint8>());
+    case 2:
+        return use(EqualWords<quint16>());
+    case 4:
+        return use(EqualWords<quint32>());
+    case 8:
+        return use(EqualWords<quint64>());
+    default:
+        return use([size](const char* a, const char* b) { return !std::memcmp(a, b, size); });
+    }
+}
+} // namespace
+
+VGArray::VGArray() : m_data(VGArray::newData()) {}
+
+VGArray::VGArray(int size) : VGArray(size, 1) {}
+
+VGArray::VGArray(int count, unsigned elementSize) : VGArray()
+{
+    if (count < 0)
+        qWarning("VGArray: Cannot allocate array with negative length");
+    else
+        resizeTo(quint64(count) * elementSize);
+}
+
+VGArray::VGArray(array_data* record) : m_data(record) {}
+
+VGArray::VGArray(const VGArray& other) : m_data(other.m_data)
+{
+    ++m_data->count;
+}
+
+VGArray::~VGArray()
+{
+    release();
+}
+
+VGArray& VGArray::assign(const VGArray& other)
+{
+    array_data* record = other.m_data;
+    ++record->count;
+    release();
+    m_data = record;
+    return *this;
+}
+
+VGArray& VGArray::assign(const char* data, unsigned len)
+{
+    renew(const_cast<char*>(data), len);
+    return *this;
+}
+
+VGArray& VGArray::duplicate(const VGArray& other)
+{
+    if (&other == this && m_data->count == 1)
+        return *this;
+    const unsigned len = other.m_data->len;
+    renew(copyOf(other.m_data->data, len), len);
+    return *this;
+}
+
+VGArray& VGArray::duplicate(const char* data, unsigned len)
+{
+    if (!data || len == 0) {
+        renew(nullptr, 0);
+    } else if (m_data->count == 1 && m_data->len == len) {
+        if (data != m_data->data)
+            std::memcpy(m_data->data, data, len);
+    } else {
+        renew(copyOf(data, len), len);
+    }
+    return *this;
+}
+
+bool VGArray::store(const char* data, unsigned len)
+{
+    if (!resizeTo(len))
+        return false;
+    if (len > 0)
+        std::memcpy(m_data->data, data, len);
+    return true;
+}
+
+VGArray& VGArray::setRawData(const char* data, unsigned len)
+{
+    renew(const_cast<char*>(data), len);
+    return *this;
+}
+
+void VGArray::resetRawData(const char* data, unsigned len)
+{
+    if (data != m_data->data || len != m_data->len) {
+        qWarning("VGArray::resetRawData: Inconsistent arguments");
+        return;
+    }
+    m_data->data = nullptr;
+    m_data->len = 0;
+}
+
+bool VGArray::fill(const char* element, int count, unsigned size)
+{
+    if (count >= 0 && !resizeTo(quint64(count) * size))
+        return false;
+    if (size == 0 || m_data->len < size)
+        return true;
+    char* block = m_data->data;
+    const std::size_t total = m_data->len / size * size;
+    if (size == 1) {
+        std::memset(block, *element, total);
+        return true;
+    }
+    // Each copy doubles what is there, up to a run that stays in the nearest cache.
+    constexpr std::size_t run = 4096;
+    const std::size_t longest = std::max<std::size_t>(size, run / size * size);
+    std::memcpy(block, element, size);
+    for (std::size_t filled = size; filled < total;) {
+        const std::size_t next = std::min({filled, longest, total - filled});
+        std::memcpy(block + filled, block, next);
+        filled += next;
+    }
+    return true;
+}
+
+int VGArray::find(const char* element, unsigned index, unsigned size) const
+{
+    if (size == 0 || quint64(index) * size >= m_data->len) {
+        qWarning("VGArray::find: Index %d out of range", index);
+        return -1;
+    }
+    return withEquality(size, [&](auto equal) {
+        const char* p = m_data->data + std::size_t(index) * size;
+        for (unsigned count = m_data->len / size; index < count; ++index, p += size)
+            if (equal(p, element))
+                return int(index);
+        return -1;
+    });
+}
+
+unsigned VGArray::contains(const char* element, unsigned size) const
+{
+    if (size == 0)
+        return 0;
+    return withEquality(size, [&](auto equal) {
+        unsigned matches = 0;
+        const char* p = m_data->data;
+        for (unsigned left = m_data->len / size; left > 0; --left, p += size)
+            matches += equal(p, element);
+        return matches;
+    });
+}
+
+void VGArray::sort(unsigned size)
+{
+    if (size > 0)
+        VSort::qsort(m_data->data, m_data->len / size, size, compareBytes, &size);
+}
+
+int VGArray::bsearch(const char* element, unsigned size) const
+{
+    if (size == 0)
+        return -1;
+    const char* begin = m_data->data;
+    auto hit = static_cast<const char*>(
+        VSort::bsearch(element, begin, m_data->len / size, size, compareBytes, &size));
+    if (!hit)
+        return -1;
+    while (hit > begin && !std::memcmp(hit - size, element, size))
+        hit -= size;
+    return int((hit - begin) / std::ptrdiff_t(size));
+}
+
+bool VGArray::setExpand(unsigned index, const char* element, unsigned size)
+{
+    const quint64 start = quint64(index) * size;
+    if (start + size > m_data->len && !resizeTo(start + size))
+        return false;
+    if (size > 0)
+        std::memcpy(m_data->data + start, element, size);
+    return true;
+}
+
+bool VGArray::isEqual(const VGArray& other) const
+{
+    const array_data& a = *m_data;
+    const array_data& b = *other.m_data;
+    return a.len == b.len && (a.data == b.data || !std::memcmp(a.data, b.data, a.len));
+}
+
+void VGArray::msg_index(unsigned index)
+{
+    qWarning("VGArray::at: Absolute index %d out of range", index);
+}
+
+VGArray::array_data* VGArray::newData()
+{
+    auto* record = new (std::nothrow) array_data;
+    qt_check_pointer(!record, "tools/vgarray", 60);
+    return record;
+}
+
+void VGArray::deleteData(array_data* record)
+{
+    delete record;
+}
+
+void VGArray::release()
+{
+    if (m_data && --m_data->count == 0) {
+        std::free(m_data->data);
+        deleteData(m_data);
+    }
+    m_data = nullptr;
+}
+
+bool VGArray::resizeTo(quint64 bytes)
+{
+    array_data& record = *m_data;
+    if (bytes == record.len)
+        return true;
+    char* block = nullptr;
+    if (bytes > 0 && bytes <= std::numeric_limits<quint32>::max())
+        block = static_cast<char*>(std::realloc(record.data, bytes));
+    if (!block)
+        std::free(record.data);
+    record.data = block;
+    record.len = block ? quint32(bytes) : 0;
+    const bool failed = bytes > 0 && !block;
+    qt_check_pointer(failed, "tools/vgarray", 269);
+    return !failed;
+}
+
+/// Puts a block in place of the bytes of this handle. Other handles keep the record and what it
+/// holds.
+void VGArray::renew(char* block, unsigned len)
+{
+    if (m_data->count > 1) {
+        --m_data->count;
+        m_data = newData();
+    } else if (m_data->data != block) {
+        std::free(m_data->data);
+    }
+    m_data->data = len > 0 ? block : nullptr;
+    m_data->len = block ? len : 0;
+}

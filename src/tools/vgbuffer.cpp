@@ -1,0 +1,59 @@
+#include "tools/vgbuffer.h"
+
+#include "toolkit/checkpointer.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+VGBuffer::VGBuffer(int capacity, int elementSize)
+{
+    if (capacity > 0)
+        resize(unsigned(capacity), elementSize);
+}
+
+VGBuffer::~VGBuffer()
+{
+    std::free(m_data);
+}
+
+void VGBuffer::clear()
+{
+    std::free(m_data);
+    m_data = nullptr;
+    m_capacity = 0;
+    m_count = 0;
+}
+
+bool VGBuffer::resize(unsigned capacity, int elementSize)
+{
+    constexpr unsigned mostElements = 0x7fffffff;
+    constexpr quint64 mostBytes = quint64(1) << 32;
+    const quint64 bytes = quint64(capacity) * unsigned(std::max(elementSize, 0));
+    if (bytes == 0) {
+        clear();
+        return capacity == 0;
+    }
+    char* block = nullptr;
+    if (capacity <= mostElements && bytes <= mostBytes)
+        block = static_cast<char*>(std::realloc(m_data, bytes));
+    qt_check_pointer(!block, "tools/vgbuffer", 72);
+    if (!block) {
+        clear();
+        return false;
+    }
+    m_data = block;
+    m_capacity = capacity;
+    m_count = std::min(m_count, capacity);
+    return true;
+}
+
+bool VGBuffer::append(const void* element, int elementSize)
+{
+    if (m_count == m_capacity && !grow(elementSize))
+        return false;
+    std::memcpy(m_data + std::size_t(m_count) * unsigned(elementSize), element,
+                unsigned(elementSize));
+    ++m_count;
+    return true;
+}
