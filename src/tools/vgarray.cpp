@@ -72,18 +72,6 @@ VGArray::VGArray(int count, unsigned elementSize) : VGArray()
         resizeTo(quint64(count) * elementSize);
 }
 
-VGArray::VGArray(array_data* record) : m_data(record) {}
-
-VGArray::VGArray(const VGArray& other) : m_data(other.m_data)
-{
-    ++m_data->count;
-}
-
-VGArray::~VGArray()
-{
-    release();
-}
-
 VGArray& VGArray::assign(const VGArray& other)
 {
     array_data* record = other.m_data;
@@ -242,23 +230,38 @@ void VGArray::msg_index(unsigned index)
 
 VGArray::array_data* VGArray::newData()
 {
-    auto* record = new (std::nothrow) array_data;
-    qt_check_pointer(!record, "tools/vgarray", 60);
-    return record;
+    return newRecord(0);
 }
 
 void VGArray::deleteData(array_data* record)
 {
-    delete record;
+    std::free(record);
 }
 
-void VGArray::release()
+VGArray::array_data* VGArray::newRecord(unsigned len)
 {
-    if (m_data && --m_data->count == 0) {
-        std::free(m_data->data);
-        deleteData(m_data);
+    void* memory = std::malloc(sizeof(array_data) + len);
+    qt_check_pointer(!memory, "tools/vgarray", 60);
+    if (!memory)
+        return len > 0 ? newRecord(0) : nullptr;
+    auto* record = new (memory) array_data;
+    if (len > 0) {
+        record->data = behind(*record);
+        record->len = record->room = len;
     }
-    m_data = nullptr;
+    return record;
+}
+
+void VGArray::freeBlock(array_data& record)
+{
+    if (record.data != behind(record))
+        std::free(record.data);
+}
+
+void VGArray::destroy()
+{
+    freeBlock(*m_data);
+    deleteData(m_data);
 }
 
 bool VGArray::resizeTo(quint64 bytes)
@@ -266,11 +269,18 @@ bool VGArray::resizeTo(quint64 bytes)
     array_data& record = *m_data;
     if (bytes == record.len)
         return true;
+    const bool isInside = record.data == behind(record);
     char* block = nullptr;
-    if (bytes > 0 && bytes <= std::numeric_limits<quint32>::max())
-        block = static_cast<char*>(std::realloc(record.data, bytes));
-    if (!block)
-        std::free(record.data);
+    if (bytes <= record.room && (isInside || !record.data)) {
+        block = bytes > 0 ? behind(record) : nullptr;
+    } else {
+        if (bytes > 0 && bytes <= std::numeric_limits<quint32>::max())
+            block = static_cast<char*>(std::realloc(isInside ? nullptr : record.data, bytes));
+        if (block && isInside)
+            std::memcpy(block, record.data, record.len);
+        if (!block)
+            freeBlock(record);
+    }
     record.data = block;
     record.len = block ? quint32(bytes) : 0;
     const bool failed = bytes > 0 && !block;
@@ -286,7 +296,7 @@ void VGArray::renew(char* block, unsigned len)
         --m_data->count;
         m_data = newData();
     } else if (m_data->data != block) {
-        std::free(m_data->data);
+        freeBlock(*m_data);
     }
     m_data->data = len > 0 ? block : nullptr;
     m_data->len = block ? len : 0;

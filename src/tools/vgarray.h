@@ -8,7 +8,8 @@
 ///
 /// Copying and assigning share one record; what is done to the bytes or the size through one handle
 /// all others see. Only `duplicate`, `assign` and `setRawData` give a handle a record of its own.
-/// The bytes come from `malloc`. The count of handles isn't atomic: a record belongs to one thread.
+/// Records and bytes come from `malloc`, a small array's bytes together with its record where
+/// `newRecord` makes it. The count of handles isn't atomic: a record belongs to one thread.
 ///
 /// A subclass with a larger record overrides `newData` and `deleteData`, hands its record to the
 /// constructor that adopts one, and calls `release` in its destructor, since its `deleteData` is
@@ -20,15 +21,16 @@ public:
         quint32 count = 1;    // handles
         char* data = nullptr; // null when empty
         quint32 len = 0;      // bytes
+        quint32 room = 0;     // bytes right behind the record, which `data` uses as long as they do
     };
 
     VGArray();
     /// `size` bytes, uninitialised. Warns and stays empty when `size` is negative.
     explicit VGArray(int size);
     /// Adopts a record and the caller's reference to it.
-    explicit VGArray(array_data* record);
-    VGArray(const VGArray& other);
-    virtual ~VGArray();
+    explicit VGArray(array_data* record) : m_data(record) {}
+    VGArray(const VGArray& other) : m_data(other.m_data) { ++m_data->count; }
+    virtual ~VGArray() { release(); }
     VGArray& operator=(const VGArray& other) { return assign(other); }
 
     char* data() const { return m_data->data; }
@@ -90,12 +92,21 @@ protected:
     /// `count` elements of `elementSize` bytes.
     VGArray(int count, unsigned elementSize);
 
+    /// A record of `len` unset bytes in one allocation, at an address that 8 divides. Its length is
+    /// 0 when there is no memory for them.
+    static array_data* newRecord(unsigned len);
+
     virtual array_data* newData();
     virtual void deleteData(array_data* record);
 
     /// Lets go of the record; the last handle frees it. Nothing but destruction or a new `m_data`
     /// may follow.
-    void release();
+    void release()
+    {
+        if (m_data && --m_data->count == 0)
+            destroy();
+        m_data = nullptr;
+    }
 
     /// `resize` to a length that may be beyond what an array can hold, which fails like any other
     /// lack of memory.
@@ -104,6 +115,9 @@ protected:
     array_data* m_data;
 
 private:
+    static char* behind(array_data& record) { return reinterpret_cast<char*>(&record + 1); }
+    static void freeBlock(array_data& record);
+    void destroy();
     void renew(char* block, unsigned len);
 };
 
