@@ -6,6 +6,24 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace
+{
+/// `realloc` of a block of which the first `used` bytes count. Small blocks are moved by hand:
+/// malloc keeps those at hand, and realloc doesn't look there.
+char* reallocate(char* old, std::size_t used, std::size_t bytes)
+{
+    constexpr std::size_t small = 1024;
+    if (bytes > small)
+        return static_cast<char*>(std::realloc(old, bytes));
+    char* block = static_cast<char*>(std::malloc(bytes));
+    if (block && old) {
+        std::memcpy(block, old, used);
+        std::free(old);
+    }
+    return block;
+}
+} // namespace
+
 VGBuffer::VGBuffer(int capacity, int elementSize)
 {
     if (capacity > 0)
@@ -34,9 +52,10 @@ bool VGBuffer::resize(unsigned capacity, int elementSize)
         clear();
         return capacity == 0;
     }
+    m_count = std::min(m_count, capacity);
     char* block = nullptr;
     if (capacity <= mostElements && bytes <= mostBytes)
-        block = static_cast<char*>(std::realloc(m_data, bytes));
+        block = reallocate(m_data, std::size_t(m_count) * unsigned(elementSize), bytes);
     qt_check_pointer(!block, "tools/vgbuffer", 72);
     if (!block) {
         clear();
@@ -44,7 +63,6 @@ bool VGBuffer::resize(unsigned capacity, int elementSize)
     }
     m_data = block;
     m_capacity = capacity;
-    m_count = std::min(m_count, capacity);
     return true;
 }
 

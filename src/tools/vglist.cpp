@@ -76,6 +76,45 @@ private:
     VGListIterator* m_single = nullptr;
 };
 
+namespace
+{
+// Nodes come straight from malloc: they are what filling and emptying a list costs.
+VLNode* allocateNode(int line)
+{
+    auto* node = static_cast<VLNode*>(std::malloc(sizeof(VLNode)));
+    if (!node)
+        qt_check_pointer(true, "tools/vglist", line);
+    return node;
+}
+
+struct FreeNode {
+    void operator()(VLNode* node) const { std::free(node); }
+};
+using NodePtr = std::unique_ptr<VLNode, FreeNode>;
+} // namespace
+
+/// A node for an item that comes in; null if there is no memory.
+inline VLNode* VGList::makeNode(Item item)
+{
+    VLNode* node = allocateNode(223);
+    if (node)
+        node->item = newItem(item);
+    return node;
+}
+
+/// Links a node in before `place`, at the end when that is null, and makes it current; the index is
+/// left to the caller.
+inline void VGList::linkBefore(VLNode* place, VLNode* node)
+{
+    VLNode* before = place ? place->prev : m_last;
+    node->prev = before;
+    node->next = place;
+    (before ? before->next : m_first) = node;
+    (place ? place->prev : m_last) = node;
+    m_current = node;
+    ++m_count;
+}
+
 VGList::VGList(const VGList& other) : VPtrCollection(other)
 {
     for (const VLNode* node = other.m_first; node; node = node->next)
@@ -113,7 +152,7 @@ void VGList::clear()
     if (m_iterators)
         m_iterators->notifyClear(false);
     while (node) {
-        const std::unique_ptr<VLNode> old(node);
+        const NodePtr old(node);
         node = node->next;
         if (node)
             node->prev = nullptr; // lets removeNode see that these nodes have left
@@ -139,7 +178,10 @@ void VGList::prepend(Item item)
 
 void VGList::append(Item item)
 {
-    insertAt(m_count, item);
+    if (VLNode* node = makeNode(item)) {
+        linkBefore(nullptr, node);
+        m_currentIndex = qint32(m_count) - 1;
+    }
 }
 
 bool VGList::insertAt(unsigned index, Item item)
@@ -185,7 +227,7 @@ bool VGList::removeNode(VLNode* node)
         return false;
     }
     m_current = node;
-    const std::unique_ptr<VLNode> old(unlink());
+    const NodePtr old(unlink());
     toHead();
     deleteItem(old->item);
     return true;
@@ -236,7 +278,7 @@ bool VGList::replaceAt(unsigned index, Item item)
 
 VGList::Item VGList::take()
 {
-    const std::unique_ptr<VLNode> old(unlink());
+    const NodePtr old(unlink());
     return old ? old->item : nullptr;
 }
 
@@ -358,12 +400,12 @@ QDataStream& VGList::read(QDataStream& stream)
         read(stream, item);
         if (!item)
             break;
-        auto* node = new (std::nothrow) VLNode{item, nullptr, nullptr};
-        qt_check_pointer(!node, "tools/vglist", 1000);
+        VLNode* node = allocateNode(1000);
         if (!node) {
             deleteItem(item);
             break;
         }
+        node->item = item;
         linkBefore(nullptr, node);
     }
     toHead();
@@ -386,29 +428,6 @@ QDataStream& VGList::read(QDataStream& stream, Item& item)
 QDataStream& VGList::write(QDataStream& stream, Item) const
 {
     return stream;
-}
-
-/// A node for an item that comes in; null if there is no memory.
-VLNode* VGList::makeNode(Item item)
-{
-    auto* node = new (std::nothrow) VLNode{nullptr, nullptr, nullptr};
-    qt_check_pointer(!node, "tools/vglist", 223);
-    if (node)
-        node->item = newItem(item);
-    return node;
-}
-
-/// Links a node in before `place`, at the end when that is null, and makes it current; the index is
-/// left to the caller.
-void VGList::linkBefore(VLNode* place, VLNode* node)
-{
-    VLNode* before = place ? place->prev : m_last;
-    node->prev = before;
-    node->next = place;
-    (before ? before->next : m_first) = node;
-    (place ? place->prev : m_last) = node;
-    m_current = node;
-    ++m_count;
 }
 
 /// Whether the list and the neighbours of a node agree that it is theirs.
@@ -441,7 +460,7 @@ VLNode* VGList::unlink()
 
 bool VGList::removeCurrent()
 {
-    const std::unique_ptr<VLNode> old(unlink());
+    const NodePtr old(unlink());
     if (!old)
         return false;
     deleteItem(old->item);

@@ -1,6 +1,7 @@
 #include "tools/vsort.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -44,10 +45,17 @@ public:
         // The smaller part is always sorted first, so that even 2^32 elements need fewer.
         Range stack[30];
         int depth = 0;
+        // Common patterns stay below 4 n log n. Only an order made against this very choice of
+        // pivots costs n squared; what is left of such a one when the allowance is spent goes to a
+        // heap.
+        const std::ptrdiff_t total = (high - low) / size() + 1;
+        std::ptrdiff_t allowance = 16 * total * std::ilogb(total);
         for (;;) {
             const std::ptrdiff_t count = (high - low) / size() + 1;
             if (count < selectionLimit) {
                 sortBySelection(low, high);
+            } else if ((allowance -= count) < 0) {
+                sortByHeap(low, count);
             } else {
                 const Range parts = partition(low, high, count);
                 const bool lowerIsLarger = parts.low - low >= high - parts.high;
@@ -94,6 +102,36 @@ private:
                     greatest = p;
             if (greatest != high)
                 m_element.swap(greatest, high);
+        }
+    }
+
+    [[gnu::cold, gnu::noinline]] void sortByHeap(char* base, std::ptrdiff_t count) const
+    {
+        for (std::ptrdiff_t root = count / 2; root-- > 0;)
+            sink(base, root, count);
+        while (--count > 0) {
+            m_element.swap(base, base + count * size());
+            sink(base, 0, count);
+        }
+    }
+
+    /// Restores the heap of `count` elements when only its element `root` may be too small.
+    void sink(char* base, std::ptrdiff_t root, std::ptrdiff_t count) const
+    {
+        for (;;) {
+            std::ptrdiff_t child = 2 * root + 1;
+            if (child >= count)
+                return;
+            char* place = base + child * size();
+            if (child + 1 < count && order(place + size(), place) > 0) {
+                ++child;
+                place += size();
+            }
+            char* parent = base + root * size();
+            if (order(place, parent) <= 0)
+                return;
+            m_element.swap(place, parent);
+            root = child;
         }
     }
 
