@@ -1,31 +1,35 @@
 #pragma once
 
+#include "toolkit/zylexport.h"
+
 /// The value types' names, for headers that only pass them on. Float and double twins are one
 /// template.
+///
+/// Visibility stands here too: the aliases fix it, and with it that of every template over them.
 namespace geometry
 {
 template <class S>
-struct Vector2;
+struct ZYL_EXPORT Vector2;
 template <class S>
-struct Vector3;
+struct ZYL_EXPORT Vector3;
 template <class S>
-struct Vector4;
+struct ZYL_EXPORT Vector4;
 template <class S>
-struct Matrix3;
+struct ZYL_EXPORT Matrix3;
 template <class S>
-struct Matrix4;
+struct ZYL_EXPORT Matrix4;
 template <class S>
-struct BasicQuaternion;
+struct ZYL_EXPORT BasicQuaternion;
 template <class S>
-struct Box2;
+struct ZYL_EXPORT Box2;
 template <class S>
-struct Box3;
+struct ZYL_EXPORT Box3;
 template <class S>
-struct Ray2;
+struct ZYL_EXPORT Ray2;
 template <class S>
-struct Ray3;
+struct ZYL_EXPORT Ray3;
 template <class S>
-struct BasicPlane;
+struct ZYL_EXPORT BasicPlane;
 
 using Vector2i = Vector2<int>;
 using Vector2f = Vector2<float>;

@@ -1,0 +1,129 @@
+#include "geometry/zylvectorarray.h"
+
+#include "geometry/gvector.h"
+#include "geometry/zylbox.h"
+#include "geometry/zylhmatrix.h"
+#include "tools/saturate.h"
+
+#include <algorithm>
+
+namespace geometry
+{
+namespace
+{
+template <class S, class M>
+Vector2<S> projected(const Vector2<S>& v, const M& m)
+{
+    if constexpr (std::is_integral_v<S>) {
+        const Vector2d point = Vector2d(v) * m;
+        return Vector2<S>(roundedInt(point.x), roundedInt(point.y));
+    } else {
+        return v * m;
+    }
+}
+
+template <class V, class M>
+V projected(const V& v, const M& m)
+{
+    return v * m;
+}
+
+/// The point itself, or that of a homogeneous form whose weight is neither 0 nor 1.
+template <class S>
+Vector2<S> pointOf(const Vector2<S>& v)
+{
+    return v;
+}
+
+template <class S>
+Vector3<S> pointOf(const Vector3<S>& v)
+{
+    return v;
+}
+
+template <class S>
+Vector3<S> pointOf(const Vector4<S>& v)
+{
+    const Vector3<S> point(v.x, v.y, v.z);
+    return v.w == 0 || v.w == 1 ? point : point / v.w;
+}
+
+template <class S>
+Vector2<S> flatPointOf(const Vector3<S>& v)
+{
+    const Vector2<S> point(v.x, v.y);
+    return v.z == 0 || v.z == 1 ? point : point / v.z;
+}
+} // namespace
+
+template <class V>
+void VectorArray<V>::translate(const V& offset)
+{
+    const V by = offset; // may be one of the elements
+    for (V& v : *this)
+        v += by;
+}
+
+template <class V>
+void VectorArray<V>::project(const Matrix& m)
+{
+    const Matrix by = m;
+    for (V& v : *this)
+        v = projected(v, by);
+}
+
+template <class V>
+void VectorArray<V>::reverse(V* data, int n)
+{
+    if (n > 1)
+        std::reverse(data, data + n);
+}
+
+template <class V>
+void VectorArray<V>::boundingBox(Box& box, const V* data, int n)
+{
+    box.makeEmpty();
+    for (int i = 0; i < n; ++i)
+        box.include(pointOf(data[i]));
+}
+
+template <class S>
+VectorArray3<S>::VectorArray3(const VectorArray<Vector2<S>>& flat)
+{
+    if (!this->resize(flat.size()))
+        return;
+    std::transform(flat.begin(), flat.end(), this->begin(),
+                   [](const Vector2<S>& v) { return Vector3<S>(v); });
+}
+
+template <class S>
+void VectorArray3<S>::boundingBox(Box2<S>& box, const Vector3<S>* data, int n)
+{
+    box.makeEmpty();
+    for (int i = 0; i < n; ++i)
+        box.include(flatPointOf(data[i]));
+}
+
+VectorBuffer::VectorBuffer(int size, int dimension, unsigned flags)
+    : m_flags(quint16(flags)), m_dimension(quint16(dimension))
+{
+    if (size > 0)
+        resize(unsigned(size));
+}
+
+int VectorBuffer::itemSize() const
+{
+    const int element = GVector::itemSize(m_flags);
+    return m_dimension == 0 ? element : element * m_dimension;
+}
+
+template class VectorArray<Vector2i>;
+template class VectorArray<Vector2f>;
+template class VectorArray<Vector2d>;
+template class VectorArray<Vector3f>;
+template class VectorArray<Vector3d>;
+template class VectorArray<Vector4f>;
+template class VectorArray<Vector4d>;
+template class VectorArray3<float>;
+template class VectorArray3<double>;
+} // namespace geometry
