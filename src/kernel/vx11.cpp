@@ -21,6 +21,26 @@ public:
         return m_display ? BitmapBitOrder(m_display) : VX11::bitmapBitOrder();
     }
 
+    bool pointerPosition(int& x, int& y) override
+    {
+        VX11::pointerPosition(x, y);
+        if (!m_display)
+            return false;
+        Window root, child;
+        int windowX, windowY;
+        unsigned buttons;
+        return XQueryPointer(m_display, DefaultRootWindow(m_display), &root, &child, &x, &y,
+                             &windowX, &windowY, &buttons);
+    }
+
+    void setPointerPosition(int x, int y) override
+    {
+        if (!m_display)
+            return;
+        XWarpPointer(m_display, None, DefaultRootWindow(m_display), 0, 0, 0, 0, x, y);
+        XFlush(m_display);
+    }
+
 private:
     Display* m_display;
 };
@@ -34,6 +54,12 @@ void closeServer()
     server = nullptr;
 }
 } // namespace
+
+bool VX11::pointerPosition(int& x, int& y)
+{
+    x = y = 0;
+    return false;
+}
 
 VX11* VX11::instance()
 {

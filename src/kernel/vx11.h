@@ -12,6 +12,10 @@ public:
     /// most.
     virtual int bitmapBitOrder() { return 0; }
 
+    /// Where the pointer is on the whole screen; false, with both at 0, where there is none.
+    virtual bool pointerPosition(int& x, int& y);
+    virtual void setPointerPosition(int, int) {}
+
     /// The substitute, or the server of the environment's display, opened at the first call.
     /// Without a display the answers are those of this class.
     static VX11* instance();
