@@ -7,8 +7,8 @@ class VTimestamp;
 
 /// A span of time from a base moment, counted in a unit.
 ///
-/// `end` is the moment at the far end. `timestamp` is an older reckoning that stored results depend
-/// on, and is off by up to a day for spans in hours or less; use it only to agree with those.
+/// `end` is the moment at the far end. `timestamp` is a coarse reckoning that stored results depend
+/// on: it is off by up to a day for spans in hours or less. Use it only to agree with those.
 class ZYL_EXPORT VTimeRange
 {
 public:

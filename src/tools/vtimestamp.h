@@ -77,7 +77,7 @@ public:
                m_seconds == other.m_seconds && m_nanoseconds == other.m_nanoseconds;
     }
 
-    /// True only if all five fields differ: stored programs rely on one equal field being enough
+    /// True only if all five fields differ: programs rely on one equal field being enough
     /// for false.
     constexpr bool operator!=(const VTimestamp& other) const
     {
