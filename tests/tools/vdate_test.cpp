@@ -1,4 +1,5 @@
 #include "tools/vdate.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <ctime>
@@ -15,10 +16,6 @@ static_assert(std::is_trivially_copyable_v<VDate> && sizeof(VDate) == 4);
 static_assert(VDate(1970, 1, 1).julianDay() == 2440588);
 static_assert(VDate(1752, 9, 14).julianDay() == 2361222);
 
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 } // namespace
 
 TEST(VDate, AgreesWithTheSystemOnEveryDayTo2400)

@@ -1,4 +1,5 @@
 #include "tools/vdatetime.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <cstdlib>
@@ -8,11 +9,6 @@
 namespace
 {
 static_assert(std::is_trivially_copyable_v<VDateTime> && sizeof(VDateTime) == 8);
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 /// Sets the time zone for its block.
 class Zone

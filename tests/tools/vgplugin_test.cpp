@@ -2,6 +2,7 @@
 #include "tools/plugins/testinterface.h"
 #include "tools/postroutines.h"
 #include "tools/vdllmanager.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <dlfcn.h>
@@ -15,11 +16,6 @@
 namespace
 {
 using TestManager = VPluginManager<TestInterface>;
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 QString pluginPath()
 {

@@ -1,4 +1,5 @@
 #include "tools/vtime.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <limits>
@@ -11,10 +12,6 @@ constexpr int least = std::numeric_limits<int>::min();
 static_assert(std::is_trivially_copyable_v<VTime> && sizeof(VTime) == 4);
 static_assert(VTime(23, 59, 59, 999).msecs() == 0x5265bff);
 
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 } // namespace
 
 TEST(VTime, ABadTimeWarnsAndIsNull)

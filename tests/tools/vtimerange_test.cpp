@@ -1,5 +1,6 @@
 #include "tools/vtimerange.h"
 #include "tools/vtimestamp.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <limits>
@@ -21,11 +22,6 @@ struct Range {
 class TimeRange : public testing::TestWithParam<Range>
 {
 };
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 TEST_P(TimeRange, MovesTheBase)
 {

@@ -1,4 +1,5 @@
 #include "tools/vtimestamp.h"
+#include "support/text.h"
 #include "support/warnings.h"
 
 #include <limits>
@@ -9,11 +10,6 @@ constexpr int largest = std::numeric_limits<int>::max();
 constexpr int least = std::numeric_limits<int>::min();
 
 static_assert(std::is_trivially_copyable_v<VTimestamp>);
-
-QString text(const char* latin1)
-{
-    return QString::fromLatin1(latin1);
-}
 
 constexpr VTimestamp sample(2026, 11, 2, 14, 5, 9, 250000000);
 } // namespace
