@@ -15,7 +15,6 @@ constexpr int least = std::numeric_limits<int>::min();
 static_assert(std::is_trivially_copyable_v<VDate> && sizeof(VDate) == 4);
 static_assert(VDate(1970, 1, 1).julianDay() == 2440588);
 static_assert(VDate(1752, 9, 14).julianDay() == 2361222);
-
 } // namespace
 
 TEST(VDate, AgreesWithTheSystemOnEveryDayTo2400)

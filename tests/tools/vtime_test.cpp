@@ -11,7 +11,6 @@ constexpr int least = std::numeric_limits<int>::min();
 
 static_assert(std::is_trivially_copyable_v<VTime> && sizeof(VTime) == 4);
 static_assert(VTime(23, 59, 59, 999).msecs() == 0x5265bff);
-
 } // namespace
 
 TEST(VTime, ABadTimeWarnsAndIsNull)
