@@ -143,6 +143,25 @@ MSBArray::MSBArray(const BigInteger& value)
     setInteger(value);
 }
 
+void MSBArray::makeShareable()
+{
+    if (ownerOfView() || isEmpty())
+        return;
+    if (nrefs() > 1)
+        VGArray::duplicate(*this);
+    m_data = newView(m_data, VGArray::data(), size());
+}
+
+MSBArray MSBArray::part(unsigned from, unsigned length) const
+{
+    char* start = VGArray::data() + from;
+    array_data* owner = ownerOfView();
+    if (!owner)
+        return MSBArray(start, length);
+    ++owner->count;
+    return MSBArray(newView(owner, start, length));
+}
+
 void MSBArray::setInteger(const BigInteger& value)
 {
     const unsigned length = value.isZero() ? 0 : complementBits(value) / 8 + 1;

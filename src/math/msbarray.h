@@ -31,6 +31,15 @@ public:
     explicit MSBArray(const BigInteger& value);
 
     const uchar* octets() const { return reinterpret_cast<const uchar*>(data()); }
+    /// For writing: octets shared with another array by `part` are copied first.
+    char* data() { return ownBytes() ? VGArray::data() : nullptr; }
+    const char* data() const { return VGArray::data(); }
+
+    /// Lets `part` share these octets. Copies them only if other handles share the record.
+    void makeShareable();
+    /// `length` octets from `from` on as an array of its own, which shares them until one of the
+    /// two is written to if this array is shareable, and otherwise copies them.
+    MSBArray part(unsigned from, unsigned length) const;
 
     void setInteger(int value) { setEncoded(value); }
     void setInteger(unsigned value) { setEncoded(value); }

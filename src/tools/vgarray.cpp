@@ -60,6 +60,10 @@ auto withEquality(unsigned size, Use&& use)
 }
 } // namespace
 
+struct VGArray::view_data : array_data {
+    array_data* owner;
+};
+
 VGArray::VGArray() : m_data(VGArray::newData()) {}
 
 VGArray::VGArray(int size) : VGArray(size, 1) {}
@@ -89,8 +93,10 @@ VGArray& VGArray::assign(const char* data, unsigned len)
 
 VGArray& VGArray::duplicate(const VGArray& other)
 {
-    if (&other == this && m_data->count == 1)
+    if (&other == this && m_data->count == 1) {
+        ownBytes();
         return *this;
+    }
     const unsigned len = other.m_data->len;
     renew(copyOf(other.m_data->data, len), len);
     return *this;
@@ -100,7 +106,7 @@ VGArray& VGArray::duplicate(const char* data, unsigned len)
 {
     if (!data || len == 0) {
         renew(nullptr, 0);
-    } else if (m_data->count == 1 && m_data->len == len) {
+    } else if (m_data->count == 1 && m_data->len == len && !m_data->isView) {
         if (data != m_data->data)
             std::memcpy(m_data->data, data, len);
     } else {
@@ -111,7 +117,7 @@ VGArray& VGArray::duplicate(const char* data, unsigned len)
 
 bool VGArray::store(const char* data, unsigned len)
 {
-    if (!resizeTo(len))
+    if (!resizeTo(len) || !ownBytes())
         return false;
     if (len > 0)
         std::memcpy(m_data->data, data, len);
@@ -130,13 +136,15 @@ void VGArray::resetRawData(const char* data, unsigned len)
         qWarning("VGArray::resetRawData: Inconsistent arguments");
         return;
     }
+    if (m_data->isView)
+        freeBlock(*m_data);
     m_data->data = nullptr;
     m_data->len = 0;
 }
 
 bool VGArray::fill(const char* element, int count, unsigned size)
 {
-    if (count >= 0 && !resizeTo(quint64(count) * size))
+    if ((count >= 0 && !resizeTo(quint64(count) * size)) || !ownBytes())
         return false;
     if (size == 0 || m_data->len < size)
         return true;
@@ -188,7 +196,7 @@ unsigned VGArray::contains(const char* element, unsigned size) const
 
 void VGArray::sort(unsigned size)
 {
-    if (size > 0)
+    if (size > 0 && ownBytes())
         VSort::qsort(m_data->data, m_data->len / size, size, compareBytes, &size);
 }
 
@@ -209,7 +217,7 @@ int VGArray::bsearch(const char* element, unsigned size) const
 bool VGArray::setExpand(unsigned index, const char* element, unsigned size)
 {
     const quint64 start = quint64(index) * size;
-    if (start + size > m_data->len && !resizeTo(start + size))
+    if ((start + size > m_data->len && !resizeTo(start + size)) || !ownBytes())
         return false;
     if (size > 0)
         std::memcpy(m_data->data + start, element, size);
@@ -252,10 +260,47 @@ VGArray::array_data* VGArray::newRecord(unsigned len)
     return record;
 }
 
+VGArray::array_data* VGArray::newView(array_data* owner, char* data, unsigned len)
+{
+    void* memory = std::malloc(sizeof(view_data));
+    qt_check_pointer(!memory, "tools/vgarray", 60);
+    if (!memory)
+        return nullptr;
+    auto* view = new (memory) view_data;
+    view->isView = true;
+    view->data = data;
+    view->len = len;
+    view->owner = owner;
+    return view;
+}
+
+VGArray::array_data* VGArray::ownerOfView() const
+{
+    return m_data->isView ? static_cast<view_data*>(m_data)->owner : nullptr;
+}
+
+bool VGArray::copyView()
+{
+    const unsigned len = m_data->len;
+    char* block = copyOf(m_data->data, len);
+    freeBlock(*m_data);
+    m_data->data = block;
+    m_data->len = block ? len : 0;
+    return block || len == 0;
+}
+
 void VGArray::freeBlock(array_data& record)
 {
-    if (record.data != behind(record))
+    if (record.isView) {
+        array_data* owner = static_cast<view_data&>(record).owner;
+        record.isView = false;
+        if (--owner->count == 0) {
+            freeBlock(*owner);
+            std::free(owner);
+        }
+    } else if (record.data != behind(record)) {
         std::free(record.data);
+    }
 }
 
 void VGArray::destroy()
@@ -269,6 +314,8 @@ bool VGArray::resizeTo(quint64 bytes)
     array_data& record = *m_data;
     if (bytes == record.len)
         return true;
+    if (record.isView && bytes > 0 && !ownBytes())
+        return false;
     const bool isInside = record.data == behind(record);
     char* block = nullptr;
     if (bytes <= record.room && (isInside || !record.data)) {

@@ -18,7 +18,8 @@ class ZYL_EXPORT VGArray
 {
 public:
     struct array_data {
-        quint32 count = 1;    // handles
+        quint32 count = 1;    // handles, and views of the bytes
+        bool isView = false;  // the bytes are another record's
         char* data = nullptr; // null when empty
         quint32 len = 0;      // bytes
         quint32 room = 0;     // bytes right behind the record, which `data` uses as long as they do
@@ -96,6 +97,14 @@ protected:
     /// 0 when there is no memory for them.
     static array_data* newRecord(unsigned len);
 
+    /// A record over `len` bytes of another's, which it keeps alive: its own once the bytes are
+    /// written to by anything but a pointer. Takes over a reference to `owner`, whose bytes must
+    /// stay as and where they are, and which must be a plain record.
+    static array_data* newView(array_data* owner, char* data, unsigned len);
+    /// Gives a view bytes of its own. False, with nothing left, if there is no memory.
+    bool ownBytes() { return Q_LIKELY(!m_data->isView) || copyView(); }
+    array_data* ownerOfView() const;
+
     virtual array_data* newData();
     virtual void deleteData(array_data* record);
 
@@ -116,6 +125,9 @@ protected:
 
 private:
     static char* behind(array_data& record) { return reinterpret_cast<char*>(&record + 1); }
+    struct view_data;
+
+    bool copyView();
     static void freeBlock(array_data& record);
     void destroy();
     void renew(char* block, unsigned len);

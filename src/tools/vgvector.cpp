@@ -211,18 +211,27 @@ bool VGVector::toList(VGList* list) const
 QDataStream& VGVector::write(QDataStream& stream) const
 {
     stream << qint32(count());
+    return writeItems(stream);
+}
+
+QDataStream& VGVector::read(QDataStream& stream)
+{
+    return readItems(stream, readCount(stream));
+}
+
+QDataStream& VGVector::writeItems(QDataStream& stream) const
+{
     for (unsigned i = 0; i < m_size; ++i)
         if (m_items[i])
             write(stream, m_items[i]);
     return stream;
 }
 
-QDataStream& VGVector::read(QDataStream& stream)
+QDataStream& VGVector::readItems(QDataStream& stream, unsigned count)
 {
-    const unsigned count = readCount(stream);
     clear();
-    // A device that doesn't know its size lets a count promise anything: there the slots grow with the
-    // items that really come.
+    // A device that doesn't know its size lets a count promise anything: there the slots grow with
+    // the items that really come.
     const bool isBounded = count == 0 || !stream.device()->isSequential();
     const unsigned firstSlots = isBounded ? count : 256;
     for (unsigned i = 0; i < count && stream.status() == QDataStream::Ok; ++i) {

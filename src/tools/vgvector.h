@@ -80,6 +80,9 @@ public:
     /// Replaces the items by stored ones, each made by the virtual `read`. Stops at a null item and
     /// where the stream ends.
     QDataStream& read(QDataStream& stream);
+    /// The same without the count.
+    QDataStream& writeItems(QDataStream& stream) const;
+    QDataStream& readItems(QDataStream& stream, unsigned count);
 
     /// Warns of an access past the end.
     [[gnu::cold]] static void warningIndexRange(unsigned index);

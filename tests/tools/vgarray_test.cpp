@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <memory>
 #include <numeric>
 
 namespace
@@ -386,3 +387,65 @@ TEST(VMemArray, TakesItsOwnElementsAsValues)
 static_assert(sizeof(VGArray) == 16 && sizeof(VMemArray<int>) == 16);
 static_assert(offsetof(VGArray::array_data, count) == 0 &&
               offsetof(VGArray::array_data, data) == 8 && offsetof(VGArray::array_data, len) == 16);
+
+namespace
+{
+/// An array whose bytes can be viewed by others.
+class ViewedArray : public VGArray
+{
+public:
+    explicit ViewedArray(const char* text) : VGArray(newRecord(unsigned(qstrlen(text))))
+    {
+        std::memcpy(data(), text, size());
+        m_data = newView(m_data, data(), size());
+    }
+    ViewedArray(const ViewedArray& whole, unsigned from, unsigned len)
+        : VGArray(viewOf(whole.ownerOfView(), whole.data() + from, len))
+    {
+    }
+    std::string text() const { return {data(), size()}; }
+
+private:
+    static array_data* viewOf(array_data* owner, char* data, unsigned len)
+    {
+        ++owner->count;
+        return newView(owner, data, len);
+    }
+};
+} // namespace
+
+TEST(VGArray, AViewGetsBytesOfItsOwnWhenWrittenTo)
+{
+    const ViewedArray whole("badcfe");
+    const char other[] = "xyz";
+    const auto changed = [&](auto change) {
+        ViewedArray view(whole, 1, 3);
+        EXPECT_EQ(view.data(), whole.data() + 1);
+        change(view);
+        EXPECT_EQ(whole.text(), "badcfe");
+        return view.text();
+    };
+    EXPECT_EQ(changed([&](VGArray& view) { view.store(other, 3); }), "xyz");
+    EXPECT_EQ(changed([&](VGArray& view) { view.duplicate(other, 3); }), "xyz");
+    EXPECT_EQ(changed([&](VGArray& view) { view.fill(other, -1, 1); }), "xxx");
+    EXPECT_EQ(changed([&](VGArray& view) { view.fill(other, 2, 1); }), "xx");
+    EXPECT_EQ(changed([&](VGArray& view) { view.setExpand(1, other, 1); }), "axc");
+    EXPECT_EQ(changed([&](VGArray& view) { view.setExpand(3, other, 1); }), "adcx");
+    EXPECT_EQ(changed([&](VGArray& view) { view.resize(2); }), "ad");
+    EXPECT_EQ(changed([&](VGArray& view) { view.resize(0); }), "");
+    EXPECT_EQ(changed([&](VGArray& view) { view.sort(1); }), "acd");
+    EXPECT_EQ(changed([&](VGArray& view) { view.duplicate(view).data()[0] = 'x'; }), "xdc");
+    EXPECT_EQ(changed([&](VGArray& view) { view.resetRawData(view.data(), 3); }), "");
+}
+
+TEST(VGArray, AViewOutlivesWhatItViews)
+{
+    auto whole = std::make_unique<ViewedArray>("abcdef");
+    const ViewedArray part(*whole, 2, 3);
+    const VGArray sharer(part);
+    whole->fill("x", -1, 1);
+    EXPECT_EQ(part.text(), "cde");
+    whole.reset();
+    EXPECT_EQ(part.text(), "cde");
+    EXPECT_EQ(sharer.nrefs(), 2u);
+}
