@@ -17,11 +17,9 @@
 class VGListIteratorList
 {
 public:
-    bool isEmpty() const { return !m_single && !m_others; }
-
     void add(VGListIterator* iterator)
     {
-        if (isEmpty()) {
+        if (!m_single) {
             m_single = iterator;
             return;
         }

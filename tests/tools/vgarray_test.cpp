@@ -112,6 +112,13 @@ TEST(VGArray, AssignmentLetsGoOfTheOldBytes)
     EXPECT_EQ(bytesOf(array), "xy");
 }
 
+TEST(VGArray, AssigningItsOwnBlockKeepsIt)
+{
+    VGArray array = arrayOf("abcd");
+    array.assign(array.data(), 3);
+    EXPECT_EQ(bytesOf(array), "abc");
+}
+
 TEST(VGArray, WarnsOfANegativeLength)
 {
     WarningCatcher warnings;
