@@ -13,20 +13,19 @@ namespace
 template <class S>
 struct Extent {
     Row4<S> low, high;
-};
 
-template <class S>
-Extent<S> extent(const Box3<S>& box, const Matrix4<S>& m)
-{
-    const auto along = [&](const Vector3<S>& positive, const Vector3<S>& other) {
-        const auto term = [&](int i) {
-            const Row4<S> row = m.row(i);
-            return Row4<S>::wherePositive(row, Row4<S>(positive[i]), Row4<S>(other[i])) * row;
-        };
-        return term(0) + term(1) + term(2) + m.row(3);
-    };
-    return {along(box.min, box.max), along(box.max, box.min)};
-}
+    Extent(const Box3<S>& box, const Matrix4<S>& m)
+    {
+        const Row4<S> x = m.row(0), y = m.row(1), z = m.row(2);
+        const Row4<S> zero(0);
+        const auto xUp = x > zero, yUp = y > zero, zUp = z > zero;
+        const Row4<S> x0 = box.min.x * x, x1 = box.max.x * x;
+        const Row4<S> y0 = box.min.y * y, y1 = box.max.y * y;
+        const Row4<S> z0 = box.min.z * z, z1 = box.max.z * z;
+        low = xUp.select(x0, x1) + yUp.select(y0, y1) + zUp.select(z0, z1) + m.row(3);
+        high = xUp.select(x1, x0) + yUp.select(y1, y0) + zUp.select(z1, z0) + m.row(3);
+    }
+};
 
 /// On which sides of the two clipping planes of an axis a coordinate lies: bit 0 below -w, bit 1
 /// above w.
@@ -118,7 +117,7 @@ void Box3<S>::transform(const Matrix4<S>& m)
 {
     if (this->isEmpty())
         return;
-    const Extent<S> e = extent(*this, m);
+    const Extent<S> e(*this, m);
     const Row4<S> low = e.low / e.high[3], high = e.high / e.low[3];
     *this = Box3(low[0], low[1], low[2], high[0], high[1], high[2]);
 }
@@ -126,7 +125,7 @@ void Box3<S>::transform(const Matrix4<S>& m)
 template <class S>
 bool Box3<S>::outside(const Matrix4<S>& m, int& cullBits) const
 {
-    const Extent<S> e = extent(*this, m);
+    const Extent<S> e(*this, m);
     const S wmax = e.high[3], wmin = e.low[3];
     if (wmax < 0)
         return true;

@@ -6,47 +6,80 @@
 
 namespace geometry
 {
+namespace
+{
+/// Both sides of an elimination. A row of three travels with a fourth number that no other place
+/// reads.
+///
+/// Nothing branches or addresses memory by what the numbers are: a processor foresees neither, and
+/// would wait longer than the arithmetic takes.
+template <class S, int N>
+struct Elimination {
+    using Row = Row4<S>;
+    Row left[N], right[N];
+
+    explicit Elimination(const S (&from)[N][N])
+    {
+        for (int i = 0; i < N; ++i) {
+            left[i] = Row::load(from[i], N);
+            right[i] = Row(i == 0, i == 1, i == 2, i == 3);
+        }
+    }
+
+    /// Changes row `I` for the one from there on with the greatest number in column `I`, the first
+    /// of equal ones.
+    template <int I>
+    void pivot()
+    {
+        typename Row::Mask chosen[N];
+        Row best(std::abs(left[I][I]));
+        for (int j = I + 1; j < N; ++j) {
+            const Row candidate(std::abs(left[j][I]));
+            const auto greater = candidate > best;
+            best = greater.select(candidate, best);
+            for (int k = I + 1; k < j; ++k)
+                chosen[k] = chosen[k].without(greater);
+            chosen[j] = greater;
+        }
+        for (int j = I + 1; j < N; ++j) {
+            chosen[j].swap(left[I], left[j]);
+            chosen[j].swap(right[I], right[j]);
+        }
+    }
+
+    /// Brings column `I` of the left side to the identity's.
+    template <int I>
+    void step(const char* condition, const char* source)
+    {
+        pivot<I>();
+        const S pvv = left[I][I];
+        check(pvv != 0, condition, source);
+        left[I] = left[I] / pvv;
+        right[I] = right[I] / pvv;
+        for (int j = 0; j < N; ++j) {
+            if (j == I)
+                continue;
+            const S factor = left[j][I];
+            left[j] = left[j] - factor * left[I];
+            right[j] = right[j] - factor * right[I];
+        }
+    }
+
+    template <int... I>
+    void run(std::integer_sequence<int, I...>, const char* condition, const char* source)
+    {
+        (step<I>(condition, source), ...);
+    }
+};
+} // namespace
+
 template <class S, int N>
 void invertMatrix(const S (&from)[N][N], S (&to)[N][N], const char* condition, const char* source)
 {
-    // A row of three travels with a fourth number that no other place reads.
-    Row4<S> a[N], b[N];
-    for (int i = 0; i < N; ++i) {
-        S padded[4] = {}, unit[4] = {};
-        std::memcpy(padded, from[i], sizeof(from[i]));
-        unit[i] = 1;
-        a[i] = Row4<S>::load(padded);
-        b[i] = Row4<S>::load(unit);
-    }
-    for (int i = 0; i < N; ++i) {
-        int pivot = i;
-        S pvv = a[i][i];
-        for (int j = i + 1; j < N; ++j) {
-            if (std::abs(a[j][i]) > std::abs(pvv)) {
-                pivot = j;
-                pvv = a[j][i];
-            }
-        }
-        check(pvv != 0, condition, source);
-        if (pivot != i) {
-            std::swap(a[i], a[pivot]);
-            std::swap(b[i], b[pivot]);
-        }
-        a[i] = a[i] / pvv;
-        b[i] = b[i] / pvv;
-        for (int j = 0; j < N; ++j) {
-            if (j == i)
-                continue;
-            const S factor = a[j][i];
-            a[j] = a[j] - factor * a[i];
-            b[j] = b[j] - factor * b[i];
-        }
-    }
-    for (int i = 0; i < N; ++i) {
-        S padded[4];
-        b[i].store(padded);
-        std::memcpy(to[i], padded, sizeof(to[i]));
-    }
+    Elimination<S, N> elimination(from);
+    elimination.run(std::make_integer_sequence<int, N>(), condition, source);
+    for (int i = 0; i < N; ++i)
+        elimination.right[i].store(to[i], N);
 }
 
 template <class S>

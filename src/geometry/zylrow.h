@@ -10,16 +10,55 @@ template <class S>
 class Row4
 {
     typedef S Lane __attribute__((vector_size(16)));
+    using Bits = decltype(Lane() > Lane()); // whole numbers as wide, all ones where it holds
     static constexpr int perLane = 16 / int(sizeof(S));
     static constexpr int lanes = 4 / perLane;
 
 public:
+    /// The places where something holds. It chooses and exchanges without a branch.
+    class Mask
+    {
+    public:
+        Row4 select(const Row4& a, const Row4& b) const
+        {
+            Row4 row;
+            for (int i = 0; i < lanes; ++i)
+                row.m_lanes[i] = m_bits[i] ? a.m_lanes[i] : b.m_lanes[i];
+            return row;
+        }
+        void swap(Row4& a, Row4& b) const
+        {
+            for (int i = 0; i < lanes; ++i) {
+                const Bits x = Bits(a.m_lanes[i]), y = Bits(b.m_lanes[i]);
+                const Bits change = (x ^ y) & m_bits[i];
+                a.m_lanes[i] = Lane(x ^ change);
+                b.m_lanes[i] = Lane(y ^ change);
+            }
+        }
+        Mask without(const Mask& other) const
+        {
+            Mask mask;
+            for (int i = 0; i < lanes; ++i)
+                mask.m_bits[i] = m_bits[i] & ~other.m_bits[i];
+            return mask;
+        }
+
+    private:
+        friend class Row4;
+        Bits m_bits[lanes];
+    };
+
     Row4() = default;
     /// The same number four times.
     explicit Row4(S value)
     {
         for (Lane& lane : m_lanes)
             lane = value - Lane{}; // minus zero keeps the sign of a zero
+    }
+    Row4(S x, S y, S z, S w)
+    {
+        const S numbers[] = {x, y, z, w};
+        std::memcpy(m_lanes, numbers, sizeof(m_lanes));
     }
     static Row4 load(const S* from)
     {
@@ -28,6 +67,12 @@ public:
         return row;
     }
     void store(S* to) const { std::memcpy(to, m_lanes, sizeof(m_lanes)); }
+    /// Rows of three or four numbers. The fourth of three is 0, and isn't stored.
+    static Row4 load(const S* from, int count)
+    {
+        return count == 4 ? load(from) : Row4(from[0], from[1], from[2], 0);
+    }
+    void store(S* to, int count) const { std::memcpy(to, m_lanes, std::size_t(count) * sizeof(S)); }
 
     S operator[](int i) const { return m_lanes[i / perLane][i % perLane]; }
 
@@ -49,14 +94,12 @@ public:
     }
     friend Row4 operator*(S factor, const Row4& row) { return Row4(factor) * row; }
     friend Row4 operator/(const Row4& row, S divisor) { return row / Row4(divisor); }
-
-    /// Of each place the number of `a` where that of `sign` is above 0, else of `b`.
-    static Row4 wherePositive(const Row4& sign, const Row4& a, const Row4& b)
+    Mask operator>(const Row4& other) const
     {
-        Row4 row;
+        Mask mask;
         for (int i = 0; i < lanes; ++i)
-            row.m_lanes[i] = sign.m_lanes[i] > Lane{} ? a.m_lanes[i] : b.m_lanes[i];
-        return row;
+            mask.m_bits[i] = m_lanes[i] > other.m_lanes[i];
+        return mask;
     }
 
 private:

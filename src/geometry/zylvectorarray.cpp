@@ -28,6 +28,11 @@ V projected(const V& v, const M& m)
     return v * m;
 }
 
+template <class V>
+constexpr bool isSpatial = false;
+template <class S>
+constexpr bool isSpatial<Vector3<S>> = true;
+
 /// The point itself, or that of a homogeneous form whose weight is neither 0 nor 1.
 template <class S>
 Vector2<S> pointOf(const Vector2<S>& v)
@@ -68,6 +73,14 @@ template <class V>
 void VectorArray<V>::project(const Matrix& m)
 {
     const Matrix by = m;
+    if constexpr (isSpatial<V>) {
+        // One test spares each element its own.
+        if (by.isAffine()) {
+            for (V& v : *this)
+                v = by.map(v);
+            return;
+        }
+    }
     for (V& v : *this)
         v = projected(v, by);
 }

@@ -117,6 +117,25 @@ TEST(Matrix4, SingularInverseWarnsAndGoesOn)
                     [&] { EXPECT_FALSE(std::isfinite(Matrix4d(flat).invert().m[1][1])); });
 }
 
+TEST(Matrix4, InverseNeverPicksNaNForAPivot)
+{
+    Matrix4f m;
+    m.m[0][0] = 0;
+    m.m[2][0] = std::nanf("");
+    expectAssertion("pvv != 0.0f", "geometry/zylhmatrix", [&] { m.invert(); });
+    m.m[3][0] = 1e-30f; // greater than 0, and what comes after it isn't greater
+    WarningCatcher catcher;
+    EXPECT_TRUE(std::isnan(m.invert().m[0][0]));
+    EXPECT_TRUE(catcher.isEmpty());
+}
+
+TEST(Matrix4, InverseTakesTheGreatestPivot)
+{
+    // With 1e-8 for a pivot the others would lose all their digits.
+    const Matrix4f m(1e-8f, 1, 0, 0, 1, 1, 0, 0, 0, 0, 1e-8f, 2, -2, 0, 1, 1);
+    EXPECT_CLOSE(m * m.invert(), Matrix4f(), 1e-6f);
+}
+
 TEST(Matrix4, FlagsTellTranslationFromTheRest)
 {
     Matrix4f m;
