@@ -109,16 +109,29 @@ struct Argument<T*> {
     }
 };
 
-template <>
-struct Argument<QString> {
-    static constexpr VUType* type = &static_VUType_VString;
+/// An argument kept as a copy on the heap.
+template <auto* Type, class T>
+struct CopiedArgument {
+    static constexpr VUType* type = Type;
     static constexpr bool isNamed = false;
+    static void set(VUObject* o, const T& value) { Type->set(o, value); }
+    static const T& get(VUObject* o) { return Type->get(o); }
+};
+
+template <>
+struct Argument<QString> : CopiedArgument<&static_VUType_VString, QString> {
     static constexpr bool accepts(std::string_view text)
     {
         return text == "const VString&" || text == "VString";
     }
-    static void set(VUObject* o, const QString& value) { static_VUType_VString.set(o, value); }
-    static const QString& get(VUObject* o) { return static_VUType_VString.get(o); }
+};
+
+template <>
+struct Argument<VVariant> : CopiedArgument<&static_VUType_VVariant, VVariant> {
+    static constexpr bool accepts(std::string_view text)
+    {
+        return text == "const VVariant&" || text == "VVariant";
+    }
 };
 
 template <class T>

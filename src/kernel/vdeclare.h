@@ -231,17 +231,6 @@ public:
 
     constexpr const VMetaData* rows() const { return m_rows; }
 
-    /// Calls the function of a row. False when there is no such row.
-    template <class Class>
-    bool invoke(Class* self, int row, VUObject* o) const
-    {
-        constexpr void (*calls[])(Class*, VUObject*) = {&call<Class, Members::function>...};
-        if (unsigned(row) >= unsigned(count))
-            return false;
-        calls[row](self, o);
-        return true;
-    }
-
     /// The row of a function.
     template <auto Function>
     static constexpr int rowOf()
@@ -252,16 +241,16 @@ public:
         return row;
     }
 
-    /// Emits the signal whose emitting function this is.
-    template <auto Function, class Class, class... As>
-    void send(Class* self, const As&... arguments) const
+protected:
+    /// Calls the function of a row. False when there is no such row.
+    template <class Class>
+    bool callRow(Class* self, int row, VUObject* o) const
     {
-        static_assert(rowOf<Function>() < count, "the signal is not in the table");
-        static_assert(
-            std::is_same_v<typename MemberTraits<decltype(Function)>::Arguments, std::tuple<As...>>,
-            "the arguments are not those of the signal");
-        declare::send(self, Class::staticMetaObject()->signalOffset() + rowOf<Function>(),
-                      arguments...);
+        constexpr void (*calls[])(Class*, VUObject*) = {&call<Class, Members::function>...};
+        if (unsigned(row) >= unsigned(count))
+            return false;
+        calls[row](self, o);
+        return true;
     }
 
 private:
@@ -358,6 +347,13 @@ class Slots : public Methods<Members...>
 {
 public:
     using Methods<Members...>::Methods;
+
+    /// Calls the slot of a global index. False when it is none of this table.
+    template <class Class>
+    bool invoke(Class* self, int id, VUObject* o) const
+    {
+        return this->callRow(self, id - Class::staticMetaObject()->slotOffset(), o);
+    }
 };
 template <class... Members>
 Slots(Members...) -> Slots<Members...>;
@@ -367,9 +363,32 @@ class Signals : public Methods<Members...>
 {
 public:
     using Methods<Members...>::Methods;
+
+    /// Emits the signal of a global index with the arguments in `o`. False when it is none of this
+    /// table.
+    template <class Class>
+    bool invoke(Class* self, int id, VUObject* o) const
+    {
+        return this->callRow(self, id - Class::staticMetaObject()->signalOffset(), o);
+    }
+
+    /// Emits the signal whose emitting function this is.
+    template <auto Function, class Class, class... As>
+    void send(Class* self, const As&... arguments) const
+    {
+        static_assert(
+            std::is_same_v<typename MemberTraits<decltype(Function)>::Arguments, std::tuple<As...>>,
+            "the arguments are not those of the signal");
+        constexpr int row = Methods<Members...>::template rowOf<Function>();
+        static_assert(row < Methods<Members...>::count, "the signal is not in the table");
+        declare::send(self, Class::staticMetaObject()->signalOffset() + row, arguments...);
+    }
 };
 template <class... Members>
 Signals(Members...) -> Signals<Members...>;
+
+template <class... Rows>
+class Properties; // kernel/vproperties.h
 
 /// The tables given to a meta-object, each of them optional.
 struct Tables {
@@ -396,11 +415,11 @@ struct Tables {
         signalTable = table.rows();
         nSignals = table.count;
     }
-    template <std::size_t N>
-    void add(const VMetaProperty (&table)[N])
+    template <class... Rows>
+    void add(const Properties<Rows...>& table)
     {
-        properties = table;
-        nProperties = int(N);
+        properties = table.rows();
+        nProperties = table.count;
     }
     template <std::size_t N>
     void add(const VMetaEnum (&table)[N])

@@ -207,12 +207,12 @@ VMetaObject* VObject::metaObject() const
 
 bool VObject::slot_invoke(int id, VUObject* o)
 {
-    return Meta::slotTable.invoke(this, id - staticMetaObject()->slotOffset(), o);
+    return Meta::slotTable.invoke(this, id, o);
 }
 
 bool VObject::signal_emit(int id, VUObject* o)
 {
-    return Meta::signalTable.invoke(this, id - staticMetaObject()->signalOffset(), o);
+    return Meta::signalTable.invoke(this, id, o);
 }
 
 bool VObject::property_op(int, int, VVariant*)

@@ -1,5 +1,6 @@
 #include "kernel/vuobject.h"
 
+#include "kernel/vvariant.h"
 #include "tools/saturate.h"
 #include "tools/vuuid.h"
 
@@ -19,6 +20,7 @@ constexpr VUuid TID_VUType_int     (0x53C1F3BE, 0x73C3, 0x4C7D, 0x9E, 0x05, 0xCC
 constexpr VUuid TID_VUType_double  (0x2D0974E5, 0x0BA6, 0x4EC2, 0x88, 0x37, 0xC1, 0x98, 0x97, 0x2C, 0xB4, 0x8C);
 constexpr VUuid TID_VUType_charstar(0xEFCDD1D4, 0x77A3, 0x4B8E, 0x8D, 0x46, 0xDC, 0x14, 0xB8, 0xD3, 0x93, 0xE9);
 constexpr VUuid TID_VUType_VString (0x44C2A547, 0x01E7, 0x4E56, 0x85, 0x59, 0x35, 0xAF, 0x9D, 0x2F, 0x42, 0xB7);
+constexpr VUuid TID_VUType_VVariant(0x6DC75D58, 0xA1D9, 0x4417, 0xB5, 0x91, 0xD4, 0x5C, 0x63, 0xA3, 0xA4, 0xEA);
 constexpr VUuid TID_VUType_varptr  (0x8D48B3A8, 0xBD7F, 0x11D5, 0x8D, 0x74, 0x00, 0xC0, 0xF0, 0x3B, 0xC0, 0xF3);
 // clang-format on
 
@@ -32,6 +34,7 @@ VUType_int static_VUType_int;
 VUType_double static_VUType_double;
 VUType_charstar static_VUType_charstar;
 VUType_VString static_VUType_VString;
+VUType_VVariant static_VUType_VVariant;
 VUType_varptr static_VUType_varptr;
 
 namespace
@@ -39,6 +42,23 @@ namespace
 QString text(const VUObject* o)
 {
     return static_VUType_VString.get(o);
+}
+
+/// Replaces the value by a copy on the heap of `value`, which may belong to the old one.
+template <class T>
+void setCopy(VUObject* o, const T& value, VUType* type)
+{
+    auto* kept = new T(value);
+    o->drop();
+    o->payload.ptr = kept;
+    o->type = type;
+}
+
+template <class T>
+void deleteCopy(VUObject* o)
+{
+    delete static_cast<T*>(o->payload.ptr);
+    o->payload.ptr = nullptr;
 }
 
 /// Which of the two types of a conversion names the other one.
@@ -86,6 +106,21 @@ const Conversion conversions[] = {
     {&static_VUType_idisp, &static_VUType_iface, Source, [](VUObject* o) {
         o->type = &static_VUType_iface;
     }},
+    {&static_VUType_bool, &static_VUType_VVariant, Target, [](VUObject* o) {
+        static_VUType_VVariant.set(o, VVariant(o->payload.b, 0));
+    }},
+    {&static_VUType_int, &static_VUType_VVariant, Target, [](VUObject* o) {
+        static_VUType_VVariant.set(o, o->payload.i);
+    }},
+    {&static_VUType_double, &static_VUType_VVariant, Target, [](VUObject* o) {
+        static_VUType_VVariant.set(o, o->payload.d);
+    }},
+    {&static_VUType_charstar, &static_VUType_VVariant, Target, [](VUObject* o) {
+        static_VUType_VVariant.set(o, static_VUType_charstar.get(o));
+    }},
+    {&static_VUType_VString, &static_VUType_VVariant, Target, [](VUObject* o) {
+        static_VUType_VVariant.set(o, text(o));
+    }},
     {&static_VUType_ptr, &static_VUType_varptr, Target, [](VUObject* o) {
         o->type = &static_VUType_varptr;
     }},
@@ -111,6 +146,8 @@ void VUObject::copyFrom(const VUObject& other)
         static_VUType_charstar.set(this, static_VUType_charstar.get(&other), true);
     } else if (other.type == &static_VUType_VString) {
         static_VUType_VString.set(this, static_VUType_VString.get(&other));
+    } else if (other.type == &static_VUType_VVariant) {
+        static_VUType_VVariant.set(this, static_VUType_VVariant.get(&other));
     } else {
         drop();
         type = other.type->ownsValue() ? &static_VUType_Null : other.type;
@@ -201,14 +238,20 @@ void VUType_charstar::clear(VUObject* o)
 
 void VUType_VString::set(VUObject* o, const QString& text)
 {
-    auto* kept = new QString(text); // may be a copy of the old value
-    o->drop();
-    o->payload.ptr = kept;
-    o->type = this;
+    setCopy(o, text, this);
 }
 
 void VUType_VString::clear(VUObject* o)
 {
-    delete static_cast<QString*>(o->payload.ptr);
-    o->payload.ptr = nullptr;
+    deleteCopy<QString>(o);
+}
+
+void VUType_VVariant::set(VUObject* o, const VVariant& value)
+{
+    setCopy(o, value, this);
+}
+
+void VUType_VVariant::clear(VUObject* o)
+{
+    deleteCopy<VVariant>(o);
 }

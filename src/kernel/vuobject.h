@@ -6,6 +6,7 @@ class QString;
 class VUBuffer;
 class VUObject;
 class VUuid;
+class VVariant;
 class VDispatchInterface;
 class VUnknownInterface;
 
@@ -72,7 +73,7 @@ private:
 
 extern ZYL_EXPORT const VUuid TID_VUType_Null, TID_VUType_enum, TID_VUType_ptr, TID_VUType_iface,
     TID_VUType_idisp, TID_VUType_bool, TID_VUType_int, TID_VUType_double, TID_VUType_charstar,
-    TID_VUType_VString, TID_VUType_varptr;
+    TID_VUType_VString, TID_VUType_VVariant, TID_VUType_varptr;
 
 class ZYL_EXPORT VUType_Null : public VUBasicType
 {
@@ -222,6 +223,17 @@ public:
     void clear(VUObject* o) override;
 };
 
+class ZYL_EXPORT VUType_VVariant : public VUBasicType
+{
+public:
+    constexpr VUType_VVariant() : VUBasicType(&TID_VUType_VVariant, "VVariant", true) {}
+
+    void set(VUObject* o, const VVariant& value);
+    VVariant& get(const VUObject* o) const { return *static_cast<VVariant*>(o->payload.ptr); }
+
+    void clear(VUObject* o) override;
+};
+
 extern ZYL_EXPORT VUType_enum static_VUType_enum;
 extern ZYL_EXPORT VUType_ptr static_VUType_ptr;
 extern ZYL_EXPORT VUType_iface static_VUType_iface;
@@ -231,4 +243,5 @@ extern ZYL_EXPORT VUType_int static_VUType_int;
 extern ZYL_EXPORT VUType_double static_VUType_double;
 extern ZYL_EXPORT VUType_charstar static_VUType_charstar;
 extern ZYL_EXPORT VUType_VString static_VUType_VString;
+extern ZYL_EXPORT VUType_VVariant static_VUType_VVariant;
 extern ZYL_EXPORT VUType_varptr static_VUType_varptr;

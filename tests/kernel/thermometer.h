@@ -1,7 +1,6 @@
 #pragma once
 
-#include "kernel/vdeclare.h"
-#include "kernel/vobject.h"
+#include "kernel/vproperties.h"
 
 #include <string>
 #include <vector>
@@ -16,6 +15,7 @@ public:
     VMetaObject* metaObject() const override;
     bool slot_invoke(int id, VUObject* o) override;
     bool signal_emit(int id, VUObject* o) override;
+    bool property_op(int id, int op, VVariant* value) override;
 
     // Signals.
     void changed(int channel, double value);
@@ -43,6 +43,20 @@ public:
     }
     int count(int by) { return m_count += by; }
 
+    // Properties.
+    double limit() const { return m_limit; }
+    void setLimit(double limit) { m_limit = limit; }
+    void resetLimit() { m_limit = 100; }
+    QString label() const { return m_label; }
+    void setLabel(const QString& label) { m_label = label; }
+    VColor color() const { return m_color; }
+    void setColor(VColor color) { m_color = color; }
+    bool isHot() const { return m_limit > 50; }
+    Scale scale() const { return m_scale; }
+    void setScale(Scale scale) { m_scale = scale; }
+    int alarms() const { return m_alarms; }
+    void setAlarms(int alarms) { m_alarms = alarms; }
+
     std::vector<std::string> take() { return std::exchange(m_notes, {}); }
 
     std::vector<std::string> notified; // what connectNotify and disconnectNotify heard
@@ -66,6 +80,11 @@ private:
 
     std::vector<std::string> m_notes;
     int m_count = 0;
+    double m_limit = 100;
+    QString m_label;
+    VColor m_color;
+    Scale m_scale = Celsius;
+    int m_alarms = 0;
 };
 
 struct Thermometer::Meta {
@@ -90,16 +109,28 @@ struct Thermometer::Meta {
         declare::signal<&Thermometer::spelled>("spelled(const char*,bool)")};
     static constexpr VMetaEnum::Item scaleItems[] = {
         {"Celsius", Celsius}, {"Fahrenheit", Fahrenheit}, {"Kelvin", Kelvin}};
-    static constexpr VMetaEnum enumTable[] = {VMetaEnum("Scale", scaleItems)};
+    static constexpr VMetaEnum::Item alarmItems[] = {
+        {"None", 0}, {"Light", 1}, {"Horn", 2}, {"Call", 4}, {"All", 7}};
+    static constexpr VMetaEnum enumTable[] = {VMetaEnum("Scale", scaleItems),
+                                              VMetaEnum("Alarms", alarmItems, true)};
+    static constexpr declare::Properties propertyTable{
+        &metaObj,
+        declare::property<&Thermometer::limit, &Thermometer::setLimit, &Thermometer::resetLimit>(
+            "limit", VMetaProperty::NotStored),
+        declare::property<&Thermometer::label, &Thermometer::setLabel>("label"),
+        declare::property<&Thermometer::color, &Thermometer::setColor>("color"),
+        declare::property<&Thermometer::isHot>("hot"),
+        declare::property<&Thermometer::scale, &Thermometer::setScale>("scale", enumTable[0]),
+        declare::enumProperty<&Thermometer::alarms, &Thermometer::setAlarms>("alarms", "Alarms")};
     static constexpr VClassInfo infoTable[] = {{"unit", "kelvin"}, {"unit", "rankine"}};
 };
 
 inline VMetaObject* Thermometer::staticMetaObject()
 {
     if (!metaObj)
-        metaObj =
-            declare::metaObject("plant::Thermometer", VObject::staticMetaObject(), Meta::slotTable,
-                                Meta::signalTable, Meta::enumTable, Meta::infoTable);
+        metaObj = declare::metaObject("plant::Thermometer", VObject::staticMetaObject(),
+                                      Meta::slotTable, Meta::signalTable, Meta::propertyTable,
+                                      Meta::enumTable, Meta::infoTable);
     return metaObj;
 }
 
@@ -110,14 +141,17 @@ inline VMetaObject* Thermometer::metaObject() const
 
 inline bool Thermometer::slot_invoke(int id, VUObject* o)
 {
-    return Meta::slotTable.invoke(this, id - staticMetaObject()->slotOffset(), o) ||
-           VObject::slot_invoke(id, o);
+    return Meta::slotTable.invoke(this, id, o) || VObject::slot_invoke(id, o);
 }
 
 inline bool Thermometer::signal_emit(int id, VUObject* o)
 {
-    return Meta::signalTable.invoke(this, id - staticMetaObject()->signalOffset(), o) ||
-           VObject::signal_emit(id, o);
+    return Meta::signalTable.invoke(this, id, o) || VObject::signal_emit(id, o);
+}
+
+inline bool Thermometer::property_op(int id, int op, VVariant* value)
+{
+    return Meta::propertyTable.operate(this, id, op, value) || VObject::property_op(id, op, value);
 }
 
 inline void Thermometer::changed(int channel, double value)

@@ -70,8 +70,7 @@ VMetaObject* Hook::metaObject() const
 
 bool Hook::slot_invoke(int id, VUObject* o)
 {
-    return Meta::slotTable.invoke(this, id - staticMetaObject()->slotOffset(), o) ||
-           VObject::slot_invoke(id, o);
+    return Meta::slotTable.invoke(this, id, o) || VObject::slot_invoke(id, o);
 }
 
 QString latin1(const char* text)

@@ -54,7 +54,7 @@ VMetaObject* Gauge::staticMetaObject()
 
 bool Gauge::slot_invoke(int id, VUObject* o)
 {
-    return Meta::slotTable.invoke(this, id - staticMetaObject()->slotOffset(), o) ||
+    return Meta::slotTable.invoke(this, id, o) ||
            VObject::slot_invoke(id, o);
 }
 
