@@ -24,8 +24,8 @@ public:
     VScopedConnection() = default;
 
     /// Calls `function`, anything that can be called, for as long as the sender lives.
-    template <class Class, class... Parameters, class Function>
-    VScopedConnection(const Class* sender, void (Class::*signal)(Parameters...), Function function)
+    template <class Sender, class Class, class... Parameters, class Function>
+    VScopedConnection(const Sender* sender, void (Class::*signal)(Parameters...), Function function)
         : VScopedConnection(sender, signal, sender, std::move(function))
     {
     }
