@@ -1,6 +1,7 @@
 #include "kernel/vformatio.h"
 
 #include "kernel/vformatdiagnostics.h"
+#include "kernel/vzylstream.h"
 
 #include <qbytearray.h>
 #include <qiodevice.h>
@@ -39,7 +40,10 @@ int VFormatIO::indentWidth() const
 
 void VFormatIO::writeIndent()
 {
-    if (m_device)
+    // A stream on the request may hold text back that belongs before the blanks.
+    if (VZylStream* stream = VZylStream::get(*this))
+        stream->writeIndent();
+    else if (m_device)
         m_device->write(QByteArray(indentWidth(), ' '));
 }
 

@@ -1,0 +1,71 @@
+#include "kernel/vzylwriter_p.h"
+
+#include "kernel/vformatio.h"
+
+#include <qtextstream.h>
+
+#include <algorithm>
+
+namespace
+{
+constexpr qsizetype bufferSize = 65536;
+}
+
+void VZylWriter::begin()
+{
+    if (m_textStream)
+        m_textStream->flush();
+    m_device = m_io ? m_io->ioDevice() : nullptr;
+}
+
+bool VZylWriter::isExact() const
+{
+    return m_io && m_io->isExact();
+}
+
+void VZylWriter::flush()
+{
+    if (!m_device)
+        m_device = m_io ? m_io->ioDevice() : nullptr;
+    const qint64 size = m_at ? m_at - m_buffer.constData() : 0;
+    if (size == 0)
+        return;
+    if (!m_device || m_device->write(m_buffer.constData(), size) != size)
+        m_failed = true;
+    m_at = m_buffer.data();
+}
+
+void VZylWriter::spill()
+{
+    if (m_at) {
+        flush();
+        return;
+    }
+    m_buffer.resize(bufferSize);
+    m_at = m_buffer.data();
+    m_end = m_at + bufferSize;
+}
+
+void VZylWriter::put(std::string_view text)
+{
+    while (!text.empty()) {
+        room(1);
+        const std::size_t piece = std::min(text.size(), std::size_t(m_end - m_at));
+        std::memcpy(m_at, text.data(), piece);
+        m_at += piece;
+        text.remove_prefix(piece);
+    }
+}
+
+void VZylWriter::putIndent()
+{
+    const std::size_t width = m_io ? std::size_t(m_io->indentWidth()) : 0;
+    std::memset(room(width), ' ', width);
+    m_at += width;
+}
+
+void VZylWriter::raiseIndent(int levels)
+{
+    if (m_io)
+        m_io->setIndent(m_io->indent() + levels);
+}
