@@ -13,15 +13,32 @@ using Store = BigIntegerStore;
 BigInteger Store::tooLarge()
 {
     qWarning("BigInteger: Result exceeds %u bits", BigInteger::MaxBits);
-    return BigInteger();
+    return BigInteger(BigInteger::newRecord(0));
 }
 
 BigInteger Store::make(mp_size_t count)
 {
-    // One limb above the limit may turn out to be zero.
-    if (count > MaxCount + 1)
+    // A few limbs above the limit may turn out to be zero.
+    if (count > MaxCount + 5)
         return tooLarge();
-    return BigInteger(BigInteger::newRecord(unsigned(count) * sizeof(mp_limb_t)));
+    // The largest block that the C library keeps at hand for each thread; what is above it costs
+    // three times as much.
+    constexpr std::size_t cheapest = 1032;
+    const std::size_t bytes = std::size_t(count) * sizeof(mp_limb_t);
+    if (bytes > cheapest - sizeof(VGArray::array_data) && bytes <= cheapest) {
+        BigInteger a(BigInteger::newRecord(0));
+        a.resizeTo(bytes);
+        return a;
+    }
+    return BigInteger(BigInteger::newRecord(unsigned(bytes)));
+}
+
+mp_ptr Store::reserve(BigInteger& a, mp_size_t count)
+{
+    if (a.nrefs() > 1 || a.size() < std::size_t(count) * sizeof(mp_limb_t))
+        make(count).swap(a);
+    a.sign = 0;
+    return limbs(a);
 }
 
 void Store::finish(BigInteger& a, mp_size_t count, bool negative)
@@ -43,19 +60,19 @@ void Store::detach(BigInteger& a)
         a.duplicate(BigInteger(a));
 }
 
-BigInteger Store::fromLimbs(mp_srcptr from, mp_size_t count, bool negative)
+void Store::assign(BigInteger& a, mp_srcptr from, mp_size_t count, bool negative)
 {
-    BigInteger a = make(count);
-    if (mp_ptr p = limbs(a)) {
+    if (const mp_ptr p = reserve(a, count)) {
         mpn_copyi(p, from, count);
         finish(a, count, negative);
     }
-    return a;
 }
 
 // ---- values
 
-BigInteger::BigInteger() = default;
+// Results of up to six 64-bit limbs are stored in a number that stands ready for them at no further
+// cost.
+BigInteger::BigInteger() : IntegerArray(newRecord(6 * sizeof(mp_limb_t))) {}
 
 BigInteger::BigInteger(quint64 value) : IntegerArray(newRecord(sizeof value))
 {
@@ -80,9 +97,8 @@ BigInteger::BigInteger(const char* text, int base)
 
 void BigInteger::duplicate(const BigInteger& other)
 {
-    BigInteger copy =
-        Store::fromLimbs(Store::limbs(other), Store::count(other), other.isNegative());
-    swap(copy);
+    const BigInteger source(other);
+    Store::assign(*this, Store::limbs(source), Store::count(source), source.isNegative());
 }
 
 void BigInteger::swap(BigInteger& other)
@@ -94,7 +110,7 @@ void BigInteger::swap(BigInteger& other)
 unsigned BigInteger::bits() const
 {
     const mp_size_t count = Store::count(*this);
-    return count ? unsigned(mpn_sizeinbase(Store::limbs(*this), count, 2)) : 0;
+    return count ? unsigned(64 * count - __builtin_clzll(Store::limbs(*this)[count - 1])) : 0;
 }
 
 int BigInteger::toInt() const

@@ -28,11 +28,15 @@ struct BigIntegerStore {
     static BigInteger make(mp_size_t count);
     /// Warns and gives zero.
     static BigInteger tooLarge();
+    /// Unset room in a number whose value is lost, its own if that is enough and no other number
+    /// shares it. Keep a copy of what is still to be read: it makes `a` let go of the limbs instead
+    /// of writing over them.
+    static mp_ptr reserve(BigInteger& a, mp_size_t count);
     /// Makes the lowest `count` limbs of the room the value.
     static void finish(BigInteger& a, mp_size_t count, bool negative);
     /// Takes the limbs out of what other numbers share.
     static void detach(BigInteger& a);
-    static BigInteger fromLimbs(mp_srcptr limbs, mp_size_t count, bool negative);
+    static void assign(BigInteger& a, mp_srcptr limbs, mp_size_t count, bool negative);
 };
 
 /// A number lent to GMP, which only reads it.
@@ -40,9 +44,10 @@ class GmpView
 {
 public:
     GmpView(const BigInteger& a)
+        : m_value
+          MPZ_ROINIT_N(const_cast<mp_ptr>(BigIntegerStore::limbs(a)),
+                       int(a.isNegative() ? -BigIntegerStore::count(a) : BigIntegerStore::count(a)))
     {
-        const mp_size_t count = BigIntegerStore::count(a);
-        mpz_roinit_n(m_value, BigIntegerStore::limbs(a), a.isNegative() ? -count : count);
     }
     operator mpz_srcptr() const { return m_value; }
 
@@ -62,8 +67,10 @@ public:
     operator mpz_ptr() { return m_value; }
     operator BigInteger() const
     {
-        return BigIntegerStore::fromLimbs(mpz_limbs_read(m_value), mp_size_t(mpz_size(m_value)),
-                                          mpz_sgn(m_value) < 0);
+        const mp_size_t count = mp_size_t(mpz_size(m_value));
+        BigInteger copy = BigIntegerStore::make(count);
+        BigIntegerStore::assign(copy, mpz_limbs_read(m_value), count, mpz_sgn(m_value) < 0);
+        return copy;
     }
 
 private:

@@ -9,6 +9,14 @@ namespace
 /// From here on GMP's division without the remainder saves more than the copy of its result costs.
 constexpr mp_size_t wholeFrom = 16;
 
+void setSmall(BigInteger& a, unsigned magnitude, bool negative)
+{
+    if (const mp_ptr p = Store::reserve(a, 1)) {
+        p[0] = magnitude;
+        Store::finish(a, 1, negative);
+    }
+}
+
 bool isNegative(const BigInteger& b)
 {
     return b.isNegative();
@@ -44,49 +52,46 @@ void BigInteger::divide(BigInteger& q, BigInteger& r, const BigInteger& a, const
         q = BigInteger();
         return;
     }
+    const BigInteger dividend(a), divisor(b);
     const mp_size_t countQ = countA - countB + 1;
-    BigInteger quotient = Store::make(countQ);
-    BigInteger remainder = Store::make(countB);
-    const mp_ptr limbsQ = Store::limbs(quotient);
-    const mp_ptr limbsR = Store::limbs(remainder);
+    const mp_ptr limbsQ = Store::reserve(q, countQ);
+    const mp_ptr limbsR = Store::reserve(r, countB);
     if (limbsQ && limbsR) {
-        mpn_tdiv_qr(limbsQ, limbsR, 0, Store::limbs(a), countA, Store::limbs(b), countB);
-        Store::finish(quotient, countQ, a.isNegative() != b.isNegative());
-        Store::finish(remainder, countB, a.isNegative());
+        mpn_tdiv_qr(limbsQ, limbsR, 0, Store::limbs(dividend), countA, Store::limbs(divisor),
+                    countB);
+        Store::finish(q, countQ, dividend.isNegative() != divisor.isNegative());
+        Store::finish(r, countB, dividend.isNegative());
     }
-    q.swap(quotient);
-    r.swap(remainder);
 }
 
 void BigInteger::divide(BigInteger& q, BigInteger& r, const BigInteger& a, unsigned b)
 {
     const bool negative = a.isNegative();
-    const unsigned rest = a.divide(q, b);
-    r = negative ? BigInteger(-qint64(rest)) : BigInteger(rest);
+    setSmall(r, a.divide(q, b), negative);
 }
 
 unsigned BigInteger::divide(BigInteger& q, unsigned divisor) const
 {
     if (divisor == 0)
         __gmp_divide_by_zero();
-    const mp_size_t count = Store::count(*this);
-    BigInteger quotient = Store::make(count);
-    unsigned rest = 0;
-    if (const mp_ptr p = Store::limbs(quotient)) {
-        rest = unsigned(mpn_divrem_1(p, 0, Store::limbs(*this), count, divisor));
-        Store::finish(quotient, count, isNegative());
-    }
-    q.swap(quotient);
-    return rest;
+    const BigInteger dividend(*this);
+    const mp_size_t count = Store::count(dividend);
+    const mp_ptr p = Store::reserve(q, count);
+    if (!p || count == 0)
+        return 0;
+    const mp_limb_t rest = mpn_divrem_1(p, 0, Store::limbs(dividend), count, divisor);
+    Store::finish(q, count, dividend.isNegative());
+    return unsigned(rest);
 }
 
 unsigned BigInteger::remainder(BigInteger& r, unsigned divisor) const
 {
     if (divisor == 0)
         __gmp_divide_by_zero();
+    const bool negative = isNegative();
     const unsigned rest =
         sign ? unsigned(mpn_mod_1(Store::limbs(*this), Store::count(*this), divisor)) : 0;
-    r = sign < 0 ? BigInteger(-qint64(rest)) : BigInteger(rest);
+    setSmall(r, rest, negative);
     return rest;
 }
 

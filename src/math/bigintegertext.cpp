@@ -52,15 +52,18 @@ constexpr double digitsPerBit[maxBase + 1] = {
     0.19342640361727079,
 };
 
-/// The value of each digit and letter, 255 for everything else.
+constexpr uchar space = 254;
+
+/// The value of each digit and letter, that mark for white space, and 255 for everything else.
 constexpr std::array<uchar, 256> digitValues()
 {
     std::array<uchar, 256> values{};
     for (int c = 0; c < 256; ++c)
-        values[std::size_t(c)] = uchar(c >= '0' && c <= '9'   ? c - '0'
-                                       : c >= 'a' && c <= 'z' ? c - 'a' + 10
-                                       : c >= 'A' && c <= 'Z' ? c - 'A' + 10
-                                                              : 255);
+        values[std::size_t(c)] = uchar(c >= '0' && c <= '9'                   ? c - '0'
+                                       : c >= 'a' && c <= 'z'                 ? c - 'a' + 10
+                                       : c >= 'A' && c <= 'Z'                 ? c - 'A' + 10
+                                       : c == ' ' || (c >= '\t' && c <= '\r') ? space
+                                                                              : 255);
     return values;
 }
 
@@ -68,7 +71,7 @@ constexpr std::array<uchar, 256> digitValue = digitValues();
 
 bool isSpace(char c)
 {
-    return c == ' ' || (c >= '\t' && c <= '\r');
+    return digitValue[uchar(c)] == space;
 }
 
 /// The absolute value of a base, 10 for 0, and 0 for what is none.
@@ -82,6 +85,11 @@ int usableBase(int base)
 bool isPowerOfTwo(int base)
 {
     return (base & (base - 1)) == 0;
+}
+
+unsigned digitBitsOf(int powerOfTwo)
+{
+    return unsigned(__builtin_ctz(unsigned(powerOfTwo)));
 }
 
 /// The text's own base behind a leading zero, which `text` then stands on unless a letter told the
@@ -104,7 +112,7 @@ unsigned BigInteger::sizeInBase(int base) const
         return 1;
     const unsigned n = bits();
     if (isPowerOfTwo(base)) {
-        const unsigned digitBits = unsigned(__builtin_ctz(unsigned(base)));
+        const unsigned digitBits = digitBitsOf(base);
         return unsigned((quint64(n) + digitBits - 1) / digitBits);
     }
     return unsigned(std::lround(digitsPerBit[base] * n)) + 1;
@@ -118,7 +126,7 @@ int BigInteger::digit_value_in_base(char c, int base)
 
 bool BigInteger::setString(const char* text, int base)
 {
-    *this = BigInteger();
+    Store::reserve(*this, 1);
     if (!text || base < 0 || base == 1 || base > maxBase)
         return false;
     while (isSpace(*text))
@@ -132,25 +140,27 @@ bool BigInteger::setString(const char* text, int base)
     while (*text == '0' || isSpace(*text))
         ++text;
 
-    const std::size_t length = std::strlen(text);
-    Scratch<uchar> digits(length);
+    Scratch<uchar> digits(std::strlen(text));
     uchar* end = digits;
-    // Values that fit into one limb need no conversion.
-    constexpr std::size_t limbDigits = 12;
-    quint64 low = 0;
-    for (; *text; ++text) {
-        const uchar value = digitValue[uchar(*text)];
-        if (value < base) {
+    for (;; ++text) {
+        uchar value;
+        while ((value = digitValue[uchar(*text)]) < base) {
             *end++ = value;
-            low = low * unsigned(base) + value;
-        } else if (!isSpace(*text)) {
-            return false;
+            ++text;
         }
+        if (*text == '\0')
+            break;
+        if (value != space)
+            return false;
     }
     const std::size_t count = std::size_t(end - digits);
+    // So few digits of any base fit into one limb.
+    constexpr std::size_t limbDigits = 12;
     if (count <= limbDigits) {
-        *this = BigInteger(low);
-        sign = negative ? -sign : sign;
+        mp_limb_t value = 0;
+        for (const uchar* digit = digits; digit < end; ++digit)
+            value = value * mp_limb_t(base) + *digit;
+        Store::assign(*this, &value, 1, negative);
         return true;
     }
     const double bitCount = double(count) / digitsPerBit[base];
@@ -158,14 +168,41 @@ bool BigInteger::setString(const char* text, int base)
         Store::tooLarge();
         return false;
     }
-    BigInteger value = Store::make(mp_size_t(std::llround(bitCount)) / 64 + 2);
-    const mp_ptr p = Store::limbs(value);
+    const mp_ptr p = Store::reserve(*this, mp_size_t(bitCount) / 64 + 2);
     if (!p)
         return false;
-    Store::finish(value, mp_size_t(mpn_set_str(p, digits, count, base)), negative);
-    swap(value);
+    Store::finish(*this, mp_size_t(mpn_set_str(p, digits, count, base)), negative);
     return true;
 }
+
+namespace
+{
+/// The digits of a base whose digits end where limbs do, from the lowest up. Returns the first.
+uchar* cutDigits(uchar* end, mp_srcptr limbs, unsigned size, unsigned digitBits)
+{
+    const unsigned mask = (1u << digitBits) - 1;
+    uchar* const begin = end - size;
+    while (end > begin) {
+        mp_limb_t limb = *limbs++;
+        for (uchar* const stop = end - std::min<std::ptrdiff_t>(end - begin, 64 / digitBits);
+             end > stop;) {
+            *--end = uchar(unsigned(limb) & mask);
+            limb >>= digitBits;
+        }
+    }
+    return end;
+}
+
+/// The decimal digits of one limb, of which there is at least one. Returns the first.
+uchar* divideDigits(uchar* end, mp_limb_t limb)
+{
+    do {
+        *--end = uchar(limb % 10);
+        limb /= 10;
+    } while (limb);
+    return end;
+}
+} // namespace
 
 QCString BigInteger::toString(int base) const
 {
@@ -177,19 +214,24 @@ QCString BigInteger::toString(int base) const
     if (sign == 0)
         return QCString("0");
 
+    const mp_srcptr limbs = Store::limbs(*this);
     const mp_size_t count = Store::count(*this);
-    // The conversion eats what it reads, but for bases that are powers of two.
-    Scratch<mp_limb_t> copy(isPowerOfTwo(base) ? 0 : std::size_t(count + 1));
-    mp_ptr from = const_cast<mp_ptr>(Store::limbs(*this));
-    if (!isPowerOfTwo(base)) {
-        mpn_copyi(copy, from, count);
-        from = copy;
-    }
-    Scratch<uchar> digits(sizeInBase(base) + 2);
+    const unsigned size = base == 10 && count == 1 ? 20 : sizeInBase(base);
+    Scratch<uchar> digits(size + 2);
     const uchar* first = digits;
-    const uchar* const last = first + mpn_get_str(digits, base, from, count);
-    while (*first == 0)
-        ++first;
+    const uchar* last = first + size;
+    if (base == 2 || base == 4 || base == 16) {
+        first = cutDigits(digits + size, limbs, size, digitBitsOf(base));
+    } else if (base == 10 && count == 1) {
+        first = divideDigits(digits + size, limbs[0]);
+    } else {
+        // The conversion eats what it reads.
+        Scratch<mp_limb_t> copy(std::size_t(count + 1));
+        mpn_copyi(copy, limbs, count);
+        last = first + mpn_get_str(digits, base, copy, count);
+        while (*first == 0)
+            ++first;
+    }
 
     QCString text(int(last - first) + (sign < 0) + 1);
     char* out = text.data();
@@ -197,7 +239,6 @@ QCString BigInteger::toString(int base) const
         *out++ = '-';
     while (first < last)
         *out++ = alphabet[*first++];
-    *out = '\0';
     return text;
 }
 } // namespace math
