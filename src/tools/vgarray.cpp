@@ -228,7 +228,8 @@ bool VGArray::isEqual(const VGArray& other) const
 {
     const array_data& a = *m_data;
     const array_data& b = *other.m_data;
-    return a.len == b.len && (a.data == b.data || !std::memcmp(a.data, b.data, a.len));
+    return a.len == b.len &&
+           (a.len == 0 || a.data == b.data || !std::memcmp(a.data, b.data, a.len));
 }
 
 void VGArray::msg_index(unsigned index)

@@ -455,4 +455,5 @@ TEST(VGArray, AViewOutlivesWhatItViews)
     whole.reset();
     EXPECT_EQ(part.text(), "cde");
     EXPECT_EQ(sharer.nrefs(), 2u);
+    EXPECT_TRUE(ViewedArray(part, 0, 0) == VGArray());
 }
