@@ -70,6 +70,13 @@ public:
     static unsigned encode(double value, uchar* out);
     static unsigned encode(float value, uchar* out) { return encode(double(value), out); }
 
+    /// What `encode` would return.
+    static unsigned encodedLength(qint64 value);
+    static unsigned encodedLength(qint32 value) { return encodedLength(qint64(value)); }
+    static unsigned encodedLength(quint32 value) { return encodedLength(qint64(value)); }
+    static unsigned encodedLength(double value);
+    static unsigned encodedLength(float value) { return encodedLength(double(value)); }
+
     /// Reads `length` octets. Returns false, with 0, where they are no such number or past its
     /// range.
     static bool decode(const uchar* in, unsigned length, qint64& value);
@@ -114,15 +121,37 @@ private:
     static bool decodeAny(const uchar* in, unsigned length, T& value);
 };
 
-inline unsigned MSBArray::encode(qint64 value, uchar* out)
+inline unsigned MSBArray::encodedLength(qint64 value)
 {
     if (value == 0)
         return 0;
     // Bits that differ from the sign; one more octet begins where the sign no longer fits in.
     const quint64 folded = quint64(value ^ (value >> 63));
-    const unsigned length = (64 - unsigned(__builtin_clzll(folded | 1))) / 8 + 1;
+    return (64 - unsigned(__builtin_clzll(folded | 1))) / 8 + 1;
+}
+
+inline unsigned MSBArray::encode(qint64 value, uchar* out)
+{
+    const unsigned length = encodedLength(value);
+    if (length == 0)
+        return 0;
     qToBigEndian(quint64(value) << (64 - 8 * length), out);
     return length;
+}
+
+inline unsigned MSBArray::encodedLength(double value)
+{
+    constexpr int mantissaBits = 52;
+    quint64 bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    const int exponent = int(bits >> mantissaBits & 0x7ff);
+    if (exponent == 0 || exponent == 0x7ff) {
+        uchar octets[MaxEncoded];
+        return encode(value, octets);
+    }
+    const int zeros = __builtin_ctzll(bits | quint64(1) << mantissaBits);
+    const int last = exponent + zeros - (1023 + mantissaBits);
+    return 2 + unsigned(last != qint8(last)) + unsigned(mantissaBits + 8 - zeros) / 8;
 }
 
 inline bool MSBArray::decode(const uchar* in, unsigned length, qint64& value)

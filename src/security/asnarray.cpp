@@ -5,6 +5,7 @@
 #include "tools/vgvector.h"
 
 #include <qdatastream.h>
+#include <qendian.h>
 #include <qiodevice.h>
 
 #include <algorithm>
@@ -14,12 +15,16 @@ namespace asn
 {
 namespace
 {
-/// The most octets that one number takes, its length counted: sign, exponent and mantissa of a
-/// REAL, or an integer with a sign octet.
+/// The octets of an encoded array. Counting first is cheaper than making room for the longest
+/// numbers.
 template <class T>
-constexpr unsigned longest = std::numeric_limits<T>::is_integer
-                                 ? 2 + sizeof(T)
-                                 : 4 + (std::numeric_limits<T>::digits + 7) / 8 + 1;
+quint64 encodedSize(const T* values, unsigned size)
+{
+    quint64 total = derlength::size(size);
+    for (unsigned i = 0; i < size; ++i)
+        total += 1 + math::MSBArray::encodedLength(values[i]);
+    return total;
+}
 
 template <class T>
 uchar* writeNumber(uchar* out, T value)
@@ -29,6 +34,20 @@ uchar* writeNumber(uchar* out, T value)
     return out + 1 + length;
 }
 
+template <class T>
+void readContent(const uchar* in, unsigned length, const uchar* end, T& value)
+{
+    if constexpr (std::numeric_limits<T>::is_integer) {
+        // One load instead of a loop, where that stays inside the octets.
+        if (length - 1 < sizeof(T) + 1 && end - in >= 8) {
+            const qint64 wide = qFromBigEndian<qint64>(in) >> (64 - 8 * length);
+            value = T(wide) == wide ? T(wide) : 0;
+            return;
+        }
+    }
+    math::MSBArray::decode(in, length, value);
+}
+
 /// Returns the place behind the number, or null when the octets end before.
 template <class T>
 const uchar* readNumber(const uchar* in, const uchar* end, T& value)
@@ -36,7 +55,7 @@ const uchar* readNumber(const uchar* in, const uchar* end, T& value)
     quint32 length = 0;
     if (!derlength::read(in, end, length) || length > quint64(end - in))
         return nullptr;
-    math::MSBArray::decode(in, length, value);
+    readContent(in, length, end, value);
     return in + length;
 }
 
@@ -126,14 +145,13 @@ template <class T>
 void Array::encode(math::MSBArray& octets, const T* values, unsigned size)
 {
     math::MSBArray result;
-    const quint64 most =
-        derlength::maxSize + quint64(size) * longest<T> + math::MSBArray::MaxEncoded;
-    if (most <= std::numeric_limits<unsigned>::max() && result.resize(unsigned(most))) {
-        auto* const begin = reinterpret_cast<uchar*>(result.data());
-        uchar* out = derlength::write(begin, size);
+    const quint64 length = encodedSize(values, size);
+    const quint64 room = length + math::MSBArray::MaxEncoded;
+    if (room <= std::numeric_limits<unsigned>::max() && result.resize(unsigned(room))) {
+        uchar* out = derlength::write(reinterpret_cast<uchar*>(result.data()), size);
         for (unsigned i = 0; i < size; ++i)
             out = writeNumber(out, values[i]);
-        result.resize(unsigned(out - begin));
+        result.resize(unsigned(length));
     }
     octets = result;
 }
@@ -186,9 +204,10 @@ INSTANTIATE(double)
 template <class T>
 QDataStream& operator<<(QDataStream& stream, const VMemArray<T>& array)
 {
-    math::MSBArray octets;
-    asn::Array::encode(octets, array.data(), array.size());
-    asn::DerValue::encode(stream, octets);
+    // What octets that hold the elements would be, without a need for such octets.
+    const quint64 length = asn::encodedSize(array.data(), array.size());
+    asn::Array::encode_size(stream, unsigned(length));
+    asn::Array::encode(stream, array.data(), array.size());
     return stream;
 }
 
