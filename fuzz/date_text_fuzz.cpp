@@ -1,21 +1,15 @@
 // Dates, times, timestamps, colour names and identifiers from text, and text from a hostile format.
 
+#include "support.h"
 #include "tools/vcolor.h"
 #include "tools/vtimestamp.h"
 #include "tools/vuuid.h"
 
-#include <cstdlib>
-
-#include <qlogging.h>
 #include <qstring.h>
 
 namespace
 {
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
+using fuzz::require;
 
 void readMoments(const QString& text)
 {
@@ -42,7 +36,7 @@ void readMoments(const QString& text)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
+    fuzz::silence();
     const QString text = QString::fromLatin1(reinterpret_cast<const char*>(data), qsizetype(size));
     readMoments(text);
 
