@@ -1,5 +1,6 @@
 #include "kernel/vglobal.h"
 
+#include "kernel/vimageio.h"
 #include "tools/postroutines.h"
 
 #include <qdir.h>
@@ -19,6 +20,7 @@ VGlobal::~VGlobal()
 void VGlobal::initialize()
 {
     setDataPath(QDir::homePath());
+    vInitSgiIO();
 }
 
 void VGlobal::cleanup()

@@ -31,12 +31,12 @@ void* checked(void* block, int line)
 }
 
 /// Memory for the lines. A big picture asks for big pages: taking in 64 MiB page by page costs as
-/// much as copying it.
+/// much as copying it. Up to 32 MiB `malloc` keeps a freed block, pages and all, for the next one.
 void* allocateLines(std::size_t bytes)
 {
 #if defined(__linux__) && defined(MADV_HUGEPAGE)
     constexpr std::size_t hugePage = std::size_t(1) << 21;
-    if (bytes >= 2 * hugePage) {
+    if (bytes > 16 * hugePage) {
         void* block = std::aligned_alloc(hugePage, (bytes + hugePage - 1) & ~(hugePage - 1));
         if (block)
             madvise(block, bytes, MADV_HUGEPAGE);

@@ -1,0 +1,6 @@
+#include "imagefuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    return readImage("SGI VERBATIM", data, size);
+}
