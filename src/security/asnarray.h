@@ -43,6 +43,6 @@ public:
 /// An array of int, unsigned, float or double as the length and the octets of `asn::Array`.
 template <class T>
 ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const VMemArray<T>& array);
-/// Reads into the shared record. Without memory the array stays as it is.
+/// Resizes the shared record to the count, which is held against the octets that are there.
 template <class T>
 ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, VMemArray<T>& array);

@@ -17,10 +17,10 @@ class ObjectIdentifier;
 /// One DER value: its identifier octet and its content octets. Tags of more than one octet aren't
 /// supported.
 ///
-/// Copies share the content, and values got from a list view the list's octets, until they are
-/// written to; only the setters part, `data` itself is explicitly shared. A getter throws
-/// VException with its own text and the tag number when the tag is another one; the stream
-/// functions never throw.
+/// Copies share `data`, as arrays do, but a setter gives its value octets of its own. Values got
+/// from a list view the octets of the list until they are written to. A getter throws VException
+/// with its own text and the tag number when the tag is another one; the stream functions never
+/// throw.
 class ZYL_EXPORT DerValue
 {
 public:
