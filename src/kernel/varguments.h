@@ -4,6 +4,7 @@
 
 #include <qstring.h>
 
+#include <new>
 #include <string_view>
 #include <type_traits>
 
@@ -41,8 +42,8 @@ constexpr std::string_view pointee(std::string_view text)
 }
 
 /// Says for an argument type (without reference and const) its `VUType`, how a signature spells it,
-/// which part of the spelling names a class or enum, and how it enters and leaves a `VUObject`. A
-/// type without a specialisation can't be an argument.
+/// whether the spelling names a class or enum, whether a value may have something to free, and how
+/// it enters and leaves a `VUObject`. A type without a specialisation can't be an argument.
 template <class T, class = void>
 struct Argument;
 
@@ -51,6 +52,7 @@ template <auto* Type, class T, class Stored = T>
 struct PlainArgument {
     static constexpr VUType* type = Type;
     static constexpr bool isNamed = false;
+    static constexpr bool owns = false;
     static void set(VUObject* o, T value) { Type->set(o, static_cast<Stored>(value)); }
     static T get(VUObject* o) { return static_cast<T>(Type->get(o)); }
 };
@@ -79,6 +81,7 @@ struct Argument<T, std::enable_if_t<std::is_enum_v<T>>>
 
 template <>
 struct Argument<const char*> : PlainArgument<&static_VUType_charstar, const char*> {
+    static constexpr bool owns = true;
     static constexpr bool accepts(std::string_view text) { return text == "const char*"; }
 };
 
@@ -96,6 +99,7 @@ template <class T>
 struct Argument<T*> {
     static constexpr VUType* type = &static_VUType_ptr;
     static constexpr bool isNamed = true;
+    static constexpr bool owns = false;
     static constexpr bool accepts(std::string_view text)
     {
         return !text.empty() && text.back() == '*' &&
@@ -114,6 +118,7 @@ template <auto* Type, class T>
 struct CopiedArgument {
     static constexpr VUType* type = Type;
     static constexpr bool isNamed = false;
+    static constexpr bool owns = true;
     static void set(VUObject* o, const T& value) { Type->set(o, value); }
     static const T& get(VUObject* o) { return Type->get(o); }
 };
@@ -137,18 +142,61 @@ struct Argument<VVariant> : CopiedArgument<&static_VUType_VVariant, VVariant> {
 template <class T>
 using ArgumentOf = Argument<std::remove_cv_t<std::remove_reference_t<T>>>;
 
-/// Reads an argument of a call. A connection may join members that don't fit: what the sender gave
-/// is then converted where the types know how, and a default stands in where they don't.
-template <class T>
-auto argument(VUObject* o)
+/// The array of one call: a place for the result, and the arguments. An argument that is a number
+/// or pointer as it was given costs a comparison in the end, and no look at its type.
+template <class... As>
+class CallFrame
 {
-    using Value = std::remove_cv_t<std::remove_reference_t<T>>;
-    using As = Argument<Value>;
-    if (o->type == As::type)
-        return Value(As::get(o));
+public:
+    explicit CallFrame(const As&... arguments)
+    {
+        VUObject* o = new (m_objects) VUObject;
+        (ArgumentOf<As>::set(new (++o) VUObject, arguments), ...);
+    }
+    ~CallFrame()
+    {
+        VUObject* o = m_objects;
+        o->drop();
+        (leave<ArgumentOf<As>>(++o), ...);
+    }
+    CallFrame(const CallFrame&) = delete;
+    CallFrame& operator=(const CallFrame&) = delete;
+
+    VUObject* objects() { return m_objects; }
+
+private:
+    template <class A>
+    static void leave(VUObject* o)
+    {
+        if (A::owns || o->type != A::type)
+            o->drop();
+    }
+
+    union {
+        VUObject m_objects[sizeof...(As) + 1];
+    };
+};
+
+/// Makes a value of `Value` from an argument of another type, a default one where the types don't
+/// convert.
+template <class Value>
+[[gnu::cold]] Value convertedArgument(const VUObject* o)
+{
     // The array is shared with the receivers that follow, so the conversion works on a copy.
     VUObject copy;
     copy.copyFrom(*o);
-    return As::type->convertFrom(&copy, copy.type) ? Value(As::get(&copy)) : Value();
+    VUType* type = Argument<Value>::type;
+    return type->convertFrom(&copy, copy.type) ? Value(Argument<Value>::get(&copy)) : Value();
+}
+
+/// Reads an argument of a call, which may be of another type: a connection may join members that
+/// don't fit.
+template <class T>
+inline auto argument(VUObject* o)
+{
+    using Value = std::remove_cv_t<std::remove_reference_t<T>>;
+    if (o->type == Argument<Value>::type)
+        return Value(Argument<Value>::get(o));
+    return convertedArgument<Value>(o);
 }
 } // namespace declare

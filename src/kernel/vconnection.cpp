@@ -6,18 +6,40 @@
 #include <cstring>
 #include <memory>
 
+namespace
+{
+/// Most receivers are slots, and need no more than one call.
+void deliver(const VConnection* connection, VUObject* o)
+{
+    if (connection->isDirect())
+        connection->object()->slot_invoke(connection->member(), o);
+    else
+        connection->invoke(o);
+}
+
+// Apart, so that the case of one receiver stays a jump into its slot.
+[[gnu::noinline]] void deliverToAll(VConnectionList* list, VUObject* o)
+{
+    VConnectionList::Walk walk(list);
+    quint64 called = 0;
+    while (const VConnection* connection = walk.next(&called))
+        deliver(connection, o);
+}
+} // namespace
+
 VConnectedCall::~VConnectedCall() = default;
 
 VConnection::VConnection(const VObject* object, int member, const char* memberName, int memberType,
                          int argumentsGiven)
     : m_object(object), m_member(member), m_memberName(memberName), m_memberType(memberType),
-      m_numArgs(argumentCount(memberName)), m_argumentsGiven(argumentsGiven)
+      m_numArgs(argumentCount(memberName)), m_argumentsGiven(argumentsGiven),
+      m_isDirect(memberType == Slot && m_numArgs <= argumentsGiven)
 {
 }
 
 VConnection::VConnection(const VObject* object, VConnectedCall* call)
     : m_object(object), m_member(-1), m_memberName("call"), m_memberType(Call), m_numArgs(0),
-      m_argumentsGiven(0), m_call(call)
+      m_argumentsGiven(0), m_isDirect(false), m_call(call)
 {
     call->ref();
 }
@@ -94,11 +116,33 @@ void VConnectionList::add(VConnection* connection)
 
 void VConnectionList::deleteItem(Item item)
 {
-    for (Walk* walk = m_walks; walk; walk = walk->m_outer) {
-        if (walk->m_ahead != item)
-            continue;
-        walk->m_node = currentNode();
-        walk->m_ahead = current();
-    }
+    // The node is unlinked by this time, but not freed yet.
+    for (Walk* walk = m_walks; walk; walk = walk->m_outer)
+        if (walk->m_node && walk->m_node->item == item)
+            walk->m_node = currentNode();
     VPtrList::deleteItem(item);
+}
+
+VConnectionList::Walk::Walk(VConnectionList* list)
+    : m_list(list), m_outer(list->m_walks), m_node(list->firstNode())
+{
+    list->m_walks = this;
+}
+
+VConnectionList::Walk::~Walk()
+{
+    if (m_list)
+        m_list->m_walks = m_outer;
+}
+
+// Here, beside the walk: an emission is little more than this.
+void VObject::activate_signal(VConnectionList* list, VUObject* o)
+{
+    const VLNode* first = list ? list->firstNode() : nullptr;
+    if (!first)
+        return;
+    if (!first->next)
+        deliver(static_cast<const VConnection*>(first->item), o);
+    else
+        deliverToAll(list, o);
 }

@@ -103,6 +103,9 @@ public:
     const char* memberName() const { return m_memberName; }
     int memberType() const { return m_memberType; }
     bool isCall() const { return m_call; }
+
+    /// A slot that takes no more than the signal gives: a call of `slot_invoke` delivers it.
+    bool isDirect() const { return m_isDirect; }
     int numArgs() const { return m_numArgs; }
 
     /// Delivers. The connection may be gone afterwards, and both its ends.
@@ -124,6 +127,7 @@ private:
     int m_memberType;
     int m_numArgs;
     int m_argumentsGiven;
+    bool m_isDirect;
     quint64 m_serial = 0; // grows along a list
     VConnectedCall* m_call = nullptr;
 };
@@ -158,30 +162,21 @@ private:
 class ZYL_EXPORT VConnectionList::Walk
 {
 public:
-    explicit Walk(VConnectionList* list)
-        : m_list(list), m_outer(list->m_walks), m_node(list->firstNode())
-    {
-        list->m_walks = this;
-    }
-    ~Walk()
-    {
-        if (m_list)
-            m_list->m_walks = m_outer;
-    }
+    explicit Walk(VConnectionList* list);
+    ~Walk();
     Walk(const Walk&) = delete;
     Walk& operator=(const Walk&) = delete;
 
-    /// The next connection to call, or null.
-    VConnection* next()
+    /// The next connection to call, or null. `called` is 0 at first and the caller's to keep.
+    const VConnection* next(quint64* called)
     {
         if (!m_node)
             return nullptr;
-        auto* connection = static_cast<VConnection*>(m_node->item);
-        if (connection->m_serial <= m_lastSerial)
+        const auto* connection = static_cast<const VConnection*>(m_node->item);
+        if (connection->m_serial <= *called)
             return nullptr;
-        m_lastSerial = connection->m_serial;
+        *called = connection->m_serial;
         m_node = m_node->next;
-        m_ahead = m_node ? m_node->item : nullptr;
         return connection;
     }
 
@@ -190,9 +185,7 @@ private:
 
     VConnectionList* m_list; // null once it is gone
     Walk* m_outer;
-    VLNode* m_node;
-    const void* m_ahead = nullptr; // what `m_node` holds: the node may be gone when that is deleted
-    quint64 m_lastSerial = 0;
+    const VLNode* m_node;
 };
 
 /// A sender's lists by signal index. Owns them.

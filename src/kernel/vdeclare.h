@@ -214,10 +214,8 @@ void send(VObject* sender, int signal, const As&... arguments)
     VConnectionList* list = sender->receivers(signal);
     if (!list)
         return;
-    VUObject o[sizeof...(As) + 1];
-    VUObject* next = o;
-    (ArgumentOf<As>::set(++next, arguments), ...);
-    sender->activate_signal(list, o);
+    CallFrame<As...> frame(arguments...);
+    sender->activate_signal(list, frame.objects());
 }
 
 /// The constant tables of a class's slots, or of its signals, built from `slot` and `signal` rows.
@@ -437,7 +435,8 @@ struct Tables {
 
 /// Makes a class's meta-object from whichever tables it has, in any order.
 template <class... Given>
-VMetaObject* metaObject(const char* className, const VMetaObject* superclass, const Given&... given)
+[[gnu::cold]] VMetaObject* metaObject(const char* className, const VMetaObject* superclass,
+                                      const Given&... given)
 {
     Tables t;
     (t.add(given), ...);

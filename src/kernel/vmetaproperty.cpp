@@ -78,20 +78,6 @@ QStrList VMetaProperty::valueToKeys(int value) const
     return keys;
 }
 
-bool VMetaProperty::isValid() const
-{
-    if (has(UnresolvedEnum) && !resolvedEnum())
-        return false;
-    if (isDelegated(Readable))
-        return askResolved(&VMetaProperty::isValid);
-    return has(Readable);
-}
-
-bool VMetaProperty::writable() const
-{
-    return isDelegated(Writable) ? askResolved(&VMetaProperty::writable) : has(Writable);
-}
-
 bool VMetaProperty::designable() const
 {
     if (!isValid() || !writable())
@@ -113,12 +99,25 @@ bool VMetaProperty::scriptable() const
 
 bool VMetaProperty::stdSet() const
 {
-    return isDelegated(Writable) ? askResolved(&VMetaProperty::stdSet) : has(StdSet);
+    return has(Override) && !has(Writable) ? askResolved(&VMetaProperty::stdSet) : has(StdSet);
 }
 
 void VMetaProperty::clear()
 {
     *this = VMetaProperty{};
+}
+
+/// Validity where the row itself doesn't say it all.
+bool VMetaProperty::isResolvedValid() const
+{
+    if (has(UnresolvedEnum) && !resolvedEnum())
+        return false;
+    return has(Readable) || (has(Override) && askResolved(&VMetaProperty::isValid));
+}
+
+bool VMetaProperty::isResolvedWritable() const
+{
+    return has(Override) && askResolved(&VMetaProperty::writable);
 }
 
 const VMetaProperty* VMetaProperty::resolved() const

@@ -56,8 +56,11 @@ struct ZYL_EXPORT VMetaProperty {
     QStrList valueToKeys(int value) const;
 
     /// False also when the enum can't be found, or when nothing stands behind an override.
-    bool isValid() const;
-    bool writable() const;
+    bool isValid() const
+    {
+        return (flags & (Readable | UnresolvedEnum)) == Readable || isResolvedValid();
+    }
+    bool writable() const { return has(Writable) || isResolvedWritable(); }
 
     bool designable() const;
     bool stored() const;
@@ -69,7 +72,8 @@ struct ZYL_EXPORT VMetaProperty {
 
 private:
     bool has(unsigned bits) const { return (flags & bits) == bits; }
-    bool isDelegated(Flag flag) const { return has(Override) && !has(flag); }
+    bool isResolvedValid() const;
+    bool isResolvedWritable() const;
     const VMetaProperty* resolved() const;
     const VMetaEnum* resolvedEnum() const;
     template <class Answer>

@@ -449,19 +449,6 @@ void VObject::activate_signal_bool(int signal, bool value)
     declare::send(this, signal, value);
 }
 
-void VObject::activate_signal(VConnectionList* list, VUObject* o)
-{
-    if (!list || list->isEmpty())
-        return;
-    if (list->firstNode() == list->lastNode()) {
-        list->first()->invoke(o);
-        return;
-    }
-    VConnectionList::Walk walk(list);
-    while (const VConnection* connection = walk.next())
-        connection->invoke(o);
-}
-
 void VObject::installEventFilter(const VObject* filter)
 {
     if (!filter || (m_flags | filter->m_flags) & Closed)

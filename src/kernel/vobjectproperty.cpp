@@ -45,7 +45,7 @@ bool VObject::setProperty(const char* name, const VVariant& value)
         unsigned target = property->variantType();
         if (target == VVariant::Invalid)
             target = VVariant::nameToType(property->type());
-        if (target != VVariant::Invalid && !copy.canConvertTo(target))
+        if (target != VVariant::Invalid && target != copy.type() && !copy.canConvertTo(target))
             return false;
     }
     return property_op(id, Set, &copy);

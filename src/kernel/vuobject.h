@@ -95,7 +95,8 @@ public:
     /// Frees what the value owns, ahead of another value.
     void drop()
     {
-        if (type->ownsValue())
+        // The comparison lets the compiler see that a fresh object has nothing to free.
+        if (type != &static_VUType_Null && type->ownsValue())
             type->clear(this);
     }
 
