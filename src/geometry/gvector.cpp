@@ -1,12 +1,19 @@
 #include "geometry/gvector.h"
 
 #include "geometry/zylvector.h"
+#include "math/biginteger.h"
+#include "security/asnarray.h"
+#include "security/asnvalue.h"
 #include "toolkit/checkpointer.h"
 
+#include <qbytearray.h>
+#include <qdatastream.h>
+#include <qiodevice.h>
 #include <qlogging.h>
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 #include <type_traits>
 
@@ -320,6 +327,58 @@ GVector operator+(const GVector& a, const GVector& b)
 GVector operator-(const GVector& a, const GVector& b)
 {
     return combined(a, b, minus);
+}
+
+QDataStream& operator<<(QDataStream& stream, const GVector& vector)
+{
+    asn::DerValue flags;
+    flags.setInteger(math::BigInteger(vector.flags()));
+    const QMemArray<char> head = flags.toByteArray();
+    math::MSBArray content;
+    if (vector.type() == GVector::Bytes)
+        content = math::MSBArray(vector.data(), vector.size());
+    withNumbers(vector,
+                [&](const auto* numbers) { asn::Array::encode(content, numbers, vector.size()); });
+    asn::DerValue outer;
+    outer.tag = asn::DerValue::OctetString;
+    if (outer.data.resize(head.size() + content.size())) {
+        std::copy_n(head.data(), head.size(), outer.data.data());
+        std::copy_n(content.data(), content.size(), outer.data.data() + head.size());
+    }
+    outer.encode(stream);
+    return stream;
+}
+
+QDataStream& operator>>(QDataStream& stream, GVector& vector)
+{
+    asn::DerValue outer;
+    outer.decode(stream);
+    if (outer.tag != asn::DerValue::OctetString) {
+        stream.setStatus(QDataStream::ReadCorruptData);
+        return stream;
+    }
+    outer.data.makeShareable();
+    QDataStream inner(QByteArray::fromRawData(outer.data.data(), qsizetype(outer.data.size())));
+    asn::DerValue flags;
+    flags.decode(inner);
+    bool fits = false;
+    const unsigned value = flags.data.toUInt(&fits);
+    if (flags.tag != asn::DerValue::Integer || !fits || inner.status() != QDataStream::Ok) {
+        stream.setStatus(QDataStream::ReadCorruptData);
+        return stream;
+    }
+    const unsigned head = unsigned(inner.device()->pos());
+    const math::MSBArray content = outer.data.part(head, outer.data.size() - head);
+    vector.setFlags(value);
+    if (vector.type() == GVector::Bytes) {
+        if (vector.resize(content.size()))
+            std::copy_n(content.data(), content.size(), vector.data());
+    } else if (vector.resize(asn::Array::count(content))) {
+        withNumbers(vector, [&](auto* numbers) {
+            vector.resize(asn::Array::decode(content, numbers, vector.size()));
+        });
+    }
+    return stream;
 }
 
 GVectorArray::GVectorArray(int n, int dimension, unsigned flags)

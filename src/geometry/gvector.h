@@ -3,6 +3,12 @@
 #include "geometry/zylforward.h"
 #include "tools/vgarray.h"
 
+#include <qglobal.h>
+
+QT_BEGIN_NAMESPACE
+class QDataStream;
+QT_END_NAMESPACE
+
 namespace geometry
 {
 /// A run of numbers whose type is known at run time. Copies share the numbers and the flags, as
@@ -104,6 +110,12 @@ private:
 /// Empty unless flags and lengths are equal and the type isn't `Bytes`.
 ZYL_EXPORT GVector operator+(const GVector& a, const GVector& b);
 ZYL_EXPORT GVector operator-(const GVector& a, const GVector& b);
+
+/// The stream form is an octet string that holds the flags as an integer, then the numbers as one
+/// array, or the bytes. Reading changes the shared data; what isn't such a form leaves it as it
+/// was.
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const GVector& vector);
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, GVector& vector);
 
 /// The same data read as consecutive vectors of `dimension` numbers, such as the control points of
 /// a curve. Of a rational curve the last number of each is the weight.

@@ -172,6 +172,18 @@ struct ZYL_EXPORT Box3 : BoxArithmetic<Box3<S>, Vector3<S>, S> {
     }
 };
 
+/// The stream form is the two corners in order.
+template <class B, class V, class S>
+QDataStream& operator<<(QDataStream& stream, const BoxArithmetic<B, V, S>& box)
+{
+    return stream << box.min << box.max;
+}
+template <class B, class V, class S>
+QDataStream& operator>>(QDataStream& stream, BoxArithmetic<B, V, S>& box)
+{
+    return stream >> box.min >> box.max;
+}
+
 extern template struct Box2<float>;
 extern template struct Box2<double>;
 extern template struct Box3<float>;

@@ -1,6 +1,7 @@
 #include "geometry/zylmatrix.h"
 
-#include "geometry/zylrow.h"
+#include "geometry/numberstream_p.h"
+#include "geometry/zylhmatrix.h"
 
 #include <utility>
 
@@ -136,6 +137,18 @@ void Matrix3<S>::shear(S sx, S sy)
     }
 }
 
+template <class M, class S, int N>
+QDataStream& operator<<(QDataStream& stream, const SquareMatrix<M, S, N>& m)
+{
+    return writeNumbers(stream, m.m[0], N * N);
+}
+
+template <class M, class S, int N>
+QDataStream& operator>>(QDataStream& stream, SquareMatrix<M, S, N>& m)
+{
+    return readNumbers(stream, m.m[0], N * N);
+}
+
 template void invertMatrix<float, 3>(const float (&)[3][3], float (&)[3][3], const char*,
                                      const char*);
 template void invertMatrix<double, 3>(const double (&)[3][3], double (&)[3][3], const char*,
@@ -146,4 +159,12 @@ template void invertMatrix<double, 4>(const double (&)[4][4], double (&)[4][4], 
                                       const char*);
 template struct Matrix3<float>;
 template struct Matrix3<double>;
+template QDataStream& operator<<(QDataStream&, const SquareMatrix<Matrix3f, float, 3>&);
+template QDataStream& operator>>(QDataStream&, SquareMatrix<Matrix3f, float, 3>&);
+template QDataStream& operator<<(QDataStream&, const SquareMatrix<Matrix3d, double, 3>&);
+template QDataStream& operator>>(QDataStream&, SquareMatrix<Matrix3d, double, 3>&);
+template QDataStream& operator<<(QDataStream&, const SquareMatrix<Matrix4f, float, 4>&);
+template QDataStream& operator>>(QDataStream&, SquareMatrix<Matrix4f, float, 4>&);
+template QDataStream& operator<<(QDataStream&, const SquareMatrix<Matrix4d, double, 4>&);
+template QDataStream& operator>>(QDataStream&, SquareMatrix<Matrix4d, double, 4>&);
 } // namespace geometry

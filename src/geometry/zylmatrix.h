@@ -115,6 +115,13 @@ private:
     }
 };
 
+/// The stream form is the numbers, row after row, as one array. Those that the stream lacks stay as
+/// they were.
+template <class M, class S, int N>
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const SquareMatrix<M, S, N>& m);
+template <class M, class S, int N>
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, SquareMatrix<M, S, N>& m);
+
 /// Transformation of the plane in row-vector form, p' = p * M, with the translation in the last
 /// row. Transforming members multiply from the left, so that the last one named acts first on a
 /// point.

@@ -1,5 +1,6 @@
 #include "geometry/zylquaternion.h"
 
+#include "geometry/numberstream_p.h"
 #include "geometry/zylassert.h"
 
 namespace geometry
@@ -143,8 +144,24 @@ BasicQuaternion<S> lerp(const BasicQuaternion<S>& a, const BasicQuaternion<S>& b
                               k0 * a.w + k1 * b.w);
 }
 
+template <class S>
+QDataStream& operator<<(QDataStream& stream, const BasicQuaternion<S>& q)
+{
+    return writeNumbers(stream, &q.x, 4);
+}
+
+template <class S>
+QDataStream& operator>>(QDataStream& stream, BasicQuaternion<S>& q)
+{
+    return readNumbers(stream, &q.x, 4);
+}
+
 template Quaternion lerp(const Quaternion&, const Quaternion&, float);
 template DQuaternion lerp(const DQuaternion&, const DQuaternion&, double);
 template struct BasicQuaternion<float>;
 template struct BasicQuaternion<double>;
+template QDataStream& operator<<(QDataStream&, const Quaternion&);
+template QDataStream& operator>>(QDataStream&, Quaternion&);
+template QDataStream& operator<<(QDataStream&, const DQuaternion&);
+template QDataStream& operator>>(QDataStream&, DQuaternion&);
 } // namespace geometry

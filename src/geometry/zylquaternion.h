@@ -75,6 +75,12 @@ template <class S>
 ZYL_EXPORT BasicQuaternion<S> lerp(const BasicQuaternion<S>& a, const BasicQuaternion<S>& b,
                                    typename BasicQuaternion<S>::Scalar t);
 
+/// The stream form is x, y, z and w as one array of numbers.
+template <class S>
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const BasicQuaternion<S>& q);
+template <class S>
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, BasicQuaternion<S>& q);
+
 extern template struct BasicQuaternion<float>;
 extern template struct BasicQuaternion<double>;
 } // namespace geometry

@@ -1,5 +1,6 @@
 #include "geometry/zylvector.h"
 
+#include "geometry/numberstream_p.h"
 #include "tools/vcolor.h"
 
 namespace geometry
@@ -44,6 +45,18 @@ Vector4<S>::operator VColor() const
     return VColor(toChannel(x), toChannel(y), toChannel(z), toChannel(w));
 }
 
+template <class V, class S>
+QDataStream& operator<<(QDataStream& stream, const VectorArithmetic<V, S>& v)
+{
+    return writeNumbers(stream, &v.self().x, sizeof(V) / sizeof(S));
+}
+
+template <class V, class S>
+QDataStream& operator>>(QDataStream& stream, VectorArithmetic<V, S>& v)
+{
+    return readNumbers(stream, &static_cast<V&>(v).x, sizeof(V) / sizeof(S));
+}
+
 template Vector3<float>::Vector3(VColor);
 template Vector3<double>::Vector3(VColor);
 template Vector4<float>::Vector4(VColor);
@@ -52,4 +65,18 @@ template Vector3<float>::operator VColor() const;
 template Vector3<double>::operator VColor() const;
 template Vector4<float>::operator VColor() const;
 template Vector4<double>::operator VColor() const;
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector2i, int>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector2i, int>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector2f, float>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector2f, float>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector2d, double>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector2d, double>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector3f, float>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector3f, float>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector3d, double>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector3d, double>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector4f, float>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector4f, float>&);
+template QDataStream& operator<<(QDataStream&, const VectorArithmetic<Vector4d, double>&);
+template QDataStream& operator>>(QDataStream&, VectorArithmetic<Vector4d, double>&);
 } // namespace geometry

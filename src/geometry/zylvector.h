@@ -4,8 +4,13 @@
 #include "geometry/zylnumber.h"
 #include "toolkit/zylexport.h"
 
+#include <qglobal.h>
+
 #include <cmath>
 
+QT_BEGIN_NAMESPACE
+class QDataStream;
+QT_END_NAMESPACE
 class VColor;
 
 namespace geometry
@@ -194,4 +199,11 @@ struct ZYL_EXPORT Vector4 : VectorArithmetic<Vector4<S>, S> {
     }
     constexpr S sum() const { return x + y + z + w; }
 };
+
+/// The stream form is the components as one array of numbers. Those that the stream lacks stay as
+/// they were.
+template <class V, class S>
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const VectorArithmetic<V, S>& v);
+template <class V, class S>
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, VectorArithmetic<V, S>& v);
 } // namespace geometry

@@ -1,11 +1,13 @@
 #include "geometry/zylvectorarray.h"
 
 #include "geometry/gvector.h"
+#include "geometry/numberstream_p.h"
 #include "geometry/zylbox.h"
 #include "geometry/zylhmatrix.h"
 #include "tools/saturate.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace geometry
 {
@@ -27,6 +29,11 @@ V projected(const V& v, const M& m)
 {
     return v * m;
 }
+
+template <class V>
+using Component = std::remove_reference_t<decltype(std::declval<V>().x)>;
+template <class V>
+constexpr unsigned components = sizeof(V) / sizeof(Component<V>);
 
 template <class V>
 constexpr bool isSpatial = false;
@@ -100,6 +107,26 @@ void VectorArray<V>::boundingBox(Box& box, const V* data, int n)
         box.include(pointOf(data[i]));
 }
 
+template <class V>
+QDataStream& operator<<(QDataStream& stream, const VectorArray<V>& array)
+{
+    const auto* numbers = reinterpret_cast<const Component<V>*>(array.data());
+    return writeNumbers(stream, numbers, array.size() * components<V>);
+}
+
+template <class V>
+QDataStream& operator>>(QDataStream& stream, VectorArray<V>& array)
+{
+    math::MSBArray octets;
+    asn::DerValue::decode(stream, octets);
+    if (array.resize(asn::Array::count(octets) / components<V>)) {
+        auto* numbers = reinterpret_cast<Component<V>*>(array.data());
+        const unsigned count = array.size() * components<V>;
+        array.resize(asn::Array::decode(octets, numbers, count) / components<V>);
+    }
+    return stream;
+}
+
 template <class S>
 VectorArray3<S>::VectorArray3(const VectorArray<Vector2<S>>& flat)
 {
@@ -139,4 +166,18 @@ template class VectorArray<Vector4f>;
 template class VectorArray<Vector4d>;
 template class VectorArray3<float>;
 template class VectorArray3<double>;
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector2i>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector2i>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector2f>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector2f>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector2d>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector2d>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector3f>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector3f>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector3d>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector3d>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector4f>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector4f>&);
+template QDataStream& operator<<(QDataStream&, const VectorArray<Vector4d>&);
+template QDataStream& operator>>(QDataStream&, VectorArray<Vector4d>&);
 } // namespace geometry

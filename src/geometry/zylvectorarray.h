@@ -60,6 +60,13 @@ public:
     static void boundingBox(Box& box, const V* data, int n);
 };
 
+/// The stream form is all components as one array of numbers. Reading changes the shared elements;
+/// numbers that make no whole vector are dropped.
+template <class V>
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const VectorArray<V>& array);
+template <class V>
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, VectorArray<V>& array);
+
 /// Points in space, which can also be read as homogeneous points of the plane.
 template <class S>
 class ZYL_EXPORT VectorArray3 : public VectorArray<Vector3<S>>
