@@ -1,4 +1,5 @@
 #include "geometry/gvector.h"
+#include "geometry/gvectoroperation.h"
 #include "geometry/zylvectorarray.h"
 #include "geometryprinters.h"
 #include "support/warnings.h"
@@ -288,4 +289,21 @@ TEST(VectorBuffer, GrowsByWholeItems)
     Vector3fBuffer points(1);
     EXPECT_TRUE(points.append(Vector3f(1, 2, 3)) && points.append(points[0]));
     EXPECT_EQ(points[1], Vector3f(1, 2, 3));
+}
+
+TEST(GVectorOperation, RationalPointsDivideTheirWeightsOut)
+{
+    const float a[] = {4, 6, 8, 2}, b[] = {1, 2, 3, 0};
+    float out[] = {9, 9, 9, 9};
+    const GVectorOperation plain(2, false), rational(3, true);
+    plain.subtract(out, a, b);
+    EXPECT_THAT(out, testing::ElementsAre(3, 4, 9, 9));
+    EXPECT_EQ(plain.length(out), 5);
+    rational.subtract(out, a, b); // (2, 3, 4) - (1, 2, 3), a zero weight being 1
+    EXPECT_THAT(out, testing::ElementsAre(1, 1, 1, 9));
+    EXPECT_EQ(rational.dot(a, b), 4 + 12 + 24);
+    rational.assign(out, a);
+    EXPECT_THAT(out, testing::ElementsAreArray(a));
+    EXPECT_EQ(GVectorOperation(4, false).assign, nullptr);
+    EXPECT_EQ(GVectorOperation(1, true).length, nullptr);
 }
