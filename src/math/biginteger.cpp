@@ -414,6 +414,10 @@ void BigInteger::changeBit(unsigned index, bool value)
 {
     if (testBit(index) == value)
         return;
+    if (index >= MaxBits) {
+        Store::tooLarge();
+        return;
+    }
     // The number changes by 2^index, and its magnitude with or against it. Only a negative one can
     // carry past its top.
     const bool grows = value != isNegative();

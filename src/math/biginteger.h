@@ -120,7 +120,7 @@ public:
     BigInteger& operator%=(const BigInteger& b);
 
     /// The bits of the number in two's complement without end, as all functions from here on see
-    /// it.
+    /// it. Setting or clearing a bit past `MaxBits` warns and changes nothing.
     bool testBit(unsigned index) const override;
     void setBit(unsigned index) override;
     void clearBit(unsigned index) override;
