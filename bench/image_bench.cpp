@@ -15,6 +15,16 @@
 
 namespace
 {
+/// What the names of the wanted figures hold; all do for an empty text.
+std::string wanted;
+
+template <class Ours, class Theirs>
+void compare(const std::string& name, Ours&& ours, Theirs&& theirs)
+{
+    if (name.find(wanted) != std::string::npos)
+        bench::compare("image/" + name, 1.0, ours, theirs);
+}
+
 /// The same picture in both classes.
 struct Pair {
     VImage ours;
@@ -86,10 +96,10 @@ void conversions(int side, const std::string& size)
 {
     const Pair color = photo(side), table = indexed(side, 200), bits = bitmap(side);
     const Pair few{table.ours.convertDepth(32), table.theirs.convertToFormat(QImage::Format_RGB32)};
-    const auto convert = [&size](const char* name, const Pair& pair, int depth, int flags,
+    const auto convert = [&size](const std::string& name, const Pair& pair, int depth, int flags,
                                  QImage::Format format, Qt::ImageConversionFlags theirFlags) {
         bench::compare(
-            "image/" + std::string(name) + size, 1.0,
+            "image/" + name + size, 1.0,
             [&] { bench::keep(pair.ours.convertDepth(depth, flags).bits()); },
             [&] { bench::keep(pair.theirs.convertToFormat(format, theirFlags).constBits()); });
     };
@@ -114,51 +124,47 @@ void conversions(int side, const std::string& size)
 void movements(int side, const std::string& size)
 {
     Pair color = photo(side), clear = photo(side, true), table = indexed(side, 200);
-    bench::compare(
-        "image/mirror-horizontal" + size, 1.0,
-        [&] { bench::keep(color.ours.mirror(true, false).bits()); },
+    compare(
+        "mirror-horizontal" + size, [&] { bench::keep(color.ours.mirror(true, false).bits()); },
         [&] { bench::keep(color.theirs.mirrored(true, false).constBits()); });
-    bench::compare(
-        "image/mirror-vertical" + size, 1.0, [&] { bench::keep(color.ours.mirror().bits()); },
+    compare(
+        "mirror-vertical" + size, [&] { bench::keep(color.ours.mirror().bits()); },
         [&] { bench::keep(color.theirs.mirrored().constBits()); });
-    bench::compare(
-        "image/mirror-both-8" + size, 1.0,
-        [&] { bench::keep(table.ours.mirror(true, true).bits()); },
+    compare(
+        "mirror-both-8" + size, [&] { bench::keep(table.ours.mirror(true, true).bits()); },
         [&] { bench::keep(table.theirs.mirrored(true, true).constBits()); });
-    bench::compare(
-        "image/swapRGB" + size, 1.0, [&] { bench::keep(color.ours.swapRGB().bits()); },
+    compare(
+        "swapRGB" + size, [&] { bench::keep(color.ours.swapRGB().bits()); },
         [&] {
             const QImage& from = color.theirs;
             bench::keep(from.rgbSwapped().constBits());
         });
-    bench::compare(
-        "image/copy" + size, 1.0, [&] { bench::keep(color.ours.copy().bits()); },
+    compare(
+        "copy" + size, [&] { bench::keep(color.ours.copy().bits()); },
         [&] { bench::keep(color.theirs.copy().constBits()); });
-    bench::compare(
-        "image/copy-part" + size, 1.0,
-        [&] { bench::keep(color.ours.copy(3, 5, side / 2, side / 2).bits()); },
+    compare(
+        "copy-part" + size, [&] { bench::keep(color.ours.copy(3, 5, side / 2, side / 2).bits()); },
         [&] { bench::keep(color.theirs.copy(3, 5, side / 2, side / 2).constBits()); });
-    bench::compare(
-        "image/fill" + size, 1.0, [&] { color.ours.fill(0xFF336699); },
+    compare(
+        "fill" + size, [&] { color.ours.fill(0xFF336699); },
         [&] { color.theirs.fill(0xFF336699u); });
-    bench::compare(
-        "image/fill-8" + size, 1.0, [&] { table.ours.fill(7); }, [&] { table.theirs.fill(7); });
+    compare(
+        "fill-8" + size, [&] { table.ours.fill(7); }, [&] { table.theirs.fill(7); });
 
     const Pair from = photo(side);
     QPainter painter(&color.theirs);
     painter.setCompositionMode(QPainter::CompositionMode_Source);
-    bench::compare(
-        "image/blit" + size, 1.0,
-        [&] { bitBlt(&color.ours, 4, 4, &from.ours, 0, 0, side - 8, side - 8); },
+    compare(
+        "blit" + size, [&] { bitBlt(&color.ours, 4, 4, &from.ours, 0, 0, side - 8, side - 8); },
         [&] { painter.drawImage(4, 4, from.theirs, 0, 0, side - 8, side - 8); });
     painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-    bench::compare(
-        "image/blit-alpha" + size, 1.0,
+    compare(
+        "blit-alpha" + size,
         [&] { bitBlt(&color.ours, 4, 4, &clear.ours, 0, 0, side - 8, side - 8); },
         [&] { painter.drawImage(4, 4, clear.theirs, 0, 0, side - 8, side - 8); });
     const QImage premultiplied = clear.theirs.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    bench::compare(
-        "image/blit-alpha-premultiplied" + size, 1.0,
+    compare(
+        "blit-alpha-premultiplied" + size,
         [&] { bitBlt(&color.ours, 4, 4, &clear.ours, 0, 0, side - 8, side - 8); },
         [&] { painter.drawImage(4, 4, premultiplied, 0, 0, side - 8, side - 8); });
 }
@@ -166,10 +172,9 @@ void movements(int side, const std::string& size)
 void scalings(int side, const std::string& size)
 {
     const Pair color = photo(side), clear = photo(side, true);
-    const auto smooth = [&](const char* name, const Pair& pair, int w, int h) {
-        bench::compare(
-            "image/smooth-" + std::string(name) + size, 1.0,
-            [&] { bench::keep(pair.ours.smoothScale(w, h).bits()); },
+    const auto smooth = [&](const std::string& name, const Pair& pair, int w, int h) {
+        compare(
+            "smooth-" + name + size, [&] { bench::keep(pair.ours.smoothScale(w, h).bits()); },
             [&] {
                 bench::keep(
                     pair.theirs.scaled(w, h, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
@@ -184,13 +189,12 @@ void scalings(int side, const std::string& size)
     smooth("half-alpha", clear, side / 2, side / 2);
     smooth("up-alpha", clear, side * 3 / 2, side * 3 / 2);
 
-    const auto transform = [&](const char* name, const Pair& pair, double m00, double m01,
+    const auto transform = [&](const std::string& name, const Pair& pair, double m00, double m01,
                                double m10, double m11) {
         geometry::Matrix3d matrix(m00, m01, 0, m10, m11, 0, 0, 0, 1);
         const QTransform theirs(m00, m01, m10, m11, 0, 0);
-        bench::compare(
-            "image/xForm-" + std::string(name) + size, 1.0,
-            [&] { bench::keep(pair.ours.xForm(matrix).bits()); },
+        compare(
+            "xForm-" + name + size, [&] { bench::keep(pair.ours.xForm(matrix).bits()); },
             [&] { bench::keep(pair.theirs.transformed(theirs).constBits()); });
     };
     const Pair table = indexed(side, 200), bits = bitmap(side);
@@ -207,8 +211,10 @@ void scalings(int side, const std::string& size)
 }
 } // namespace
 
-int main()
+int main(int argc, char** argv)
 {
+    if (argc > 1)
+        wanted = argv[1];
     // Pictures are worked on by one thread here; theirs would take all cores for some.
     cpu_set_t one;
     CPU_ZERO(&one);

@@ -172,17 +172,20 @@ bool VImage::create(int w, int h, int depth, int numColors, Endian bitOrder)
 
     const std::size_t tableBytes = std::size_t(h) * sizeof(unsigned char*);
     const std::size_t pixelBytes = std::size_t(h) * std::size_t(bytesPerLine);
-    void* block = checked(allocateLines(tableBytes + pixelBytes), 220);
+    constexpr std::size_t cacheLine = 64;
+    void* block = checked(allocateLines(tableBytes + pixelBytes + cacheLine), 220);
     if (!block) {
         setNumColors(0);
         return false;
     }
     auto lines = static_cast<unsigned char**>(block);
     auto line = static_cast<unsigned char*>(block) + tableBytes;
+    line += -reinterpret_cast<std::uintptr_t>(line) % cacheLine;
     const std::size_t filled = std::size_t(std::int64_t(w) * depth / 8);
     for (int y = 0; y < h; ++y, line += bytesPerLine) {
         lines[y] = line;
-        std::memset(line + filled, 0, std::size_t(bytesPerLine) - filled);
+        for (std::size_t i = filled; i < std::size_t(bytesPerLine); ++i)
+            line[i] = 0;
     }
     m_data->w = w;
     m_data->h = h;

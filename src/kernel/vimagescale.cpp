@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 using namespace imagelines;
 
 namespace
@@ -73,37 +77,143 @@ private:
     std::vector<std::size_t> m_first; // of each output
 };
 
-/// Divides sums of at most 255 and a half bases by the base. They stay below 2^20 and the base
-/// below 2^13, for which the reciprocal in 32 bits is exact.
-class Divisor
+/// Pairs of the inputs that an output is made of, for sums that don't depend on their order.
+class Pairs
 {
 public:
-    explicit Divisor(int base) : m_reciprocal((quint64(1) << 32) / quint64(base) + 1) {}
+    struct Pair {
+        int first, second;
+        int weights; // the second's in the upper half
+    };
+
+    explicit Pairs(const Shares& shares, int outputs)
+    {
+        m_first.reserve(std::size_t(outputs) + 1);
+        for (int output = 0; output < outputs; ++output) {
+            m_first.push_back(m_pairs.size());
+            for (const Shares::Share* at = shares.begin(output); at != shares.end(output);) {
+                const Shares::Share& one = *at++;
+                Pair pair{one.input, one.input, one.weight};
+                if (at != shares.end(output)) {
+                    pair.second = at->input;
+                    pair.weights |= at++->weight << 16;
+                }
+                m_pairs.push_back(pair);
+            }
+        }
+        m_first.push_back(m_pairs.size());
+    }
+
+    const Pair* begin(int output) const { return m_pairs.data() + m_first[std::size_t(output)]; }
+    const Pair* end(int output) const { return begin(output + 1); }
+
+private:
+    std::vector<Pair> m_pairs;
+    std::vector<std::size_t> m_first; // of each output
+};
+
+/// Divides sums of at most 255 and a half bases by the base. They have 20 bits, and a half more keeps each quotient further
+/// from an integer than the product is wrong.
+struct Divisor {
+    float reciprocal;
+
     [[gnu::always_inline]] Word operator()(Word sum) const
     {
-        return Word(sum * m_reciprocal >> 32);
+        return Word(int((float(int(sum)) + 0.5f) * reciprocal));
+    }
+};
+
+#if defined(__SSE2__)
+/// Weighted sums of the channels of one pixel.
+class Sums
+{
+public:
+    explicit Sums(int half) : m_sums(_mm_set1_epi32(half)) {}
+
+    void add(const Byte* first, const Byte* second, int weights)
+    {
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i both = _mm_unpacklo_epi8(_mm_cvtsi32_si128(int(load(first, 0))),
+                                               _mm_cvtsi32_si128(int(load(second, 0))));
+        addInterleaved(_mm_unpacklo_epi8(both, zero), _mm_set1_epi32(weights));
+    }
+    void addInterleaved(__m128i channels, __m128i weights)
+    {
+        m_sums = _mm_add_epi32(m_sums, _mm_madd_epi16(channels, weights));
+    }
+    __m128i quotients(Divisor divide) const
+    {
+        const __m128 more = _mm_add_ps(_mm_cvtepi32_ps(m_sums), _mm_set1_ps(0.5f));
+        return _mm_cvttps_epi32(_mm_mul_ps(more, _mm_set1_ps(divide.reciprocal)));
+    }
+    Word color(Divisor divide) const
+    {
+        const __m128i words = _mm_packs_epi32(quotients(divide), _mm_setzero_si128());
+        return Word(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
     }
 
 private:
-    quint64 m_reciprocal;
+    __m128i m_sums;
 };
 
-/// Adds weighted bytes, of all four channels alike.
-struct AddLoop {
-    ZYL_IMAGE_LOOP run(const Byte* from, Word* sums, int count, Word weight)
-    {
-        for (int i = 0; i < count; ++i)
-            sums[i] += from[i] * weight;
+/// Averages four pixels at a time; `first` and `second` of the pairs are lines. Returns how many it did.
+int averageFours(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair* end, int half,
+                 Divisor divide, Byte* to)
+{
+    const __m128i zero = _mm_setzero_si128();
+    int x = 0;
+    for (; x + 4 <= from.width(); x += 4) {
+        Sums sums[4] = {Sums(half), Sums(half), Sums(half), Sums(half)};
+        for (const Pairs::Pair* pair = begin; pair != end; ++pair) {
+            const auto pixels = [&from, x](int line) {
+                return _mm_loadu_si128(
+                    reinterpret_cast<const __m128i*>(from.jumpTable()[line] + std::ptrdiff_t(x) * 4));
+            };
+            const __m128i first = pixels(pair->first), second = pixels(pair->second);
+            const __m128i weights = _mm_set1_epi32(pair->weights);
+            const __m128i low = _mm_unpacklo_epi8(first, second);
+            const __m128i high = _mm_unpackhi_epi8(first, second);
+            sums[0].addInterleaved(_mm_unpacklo_epi8(low, zero), weights);
+            sums[1].addInterleaved(_mm_unpackhi_epi8(low, zero), weights);
+            sums[2].addInterleaved(_mm_unpacklo_epi8(high, zero), weights);
+            sums[3].addInterleaved(_mm_unpackhi_epi8(high, zero), weights);
+        }
+        const __m128i words[2] = {
+            _mm_packs_epi32(sums[0].quotients(divide), sums[1].quotients(divide)),
+            _mm_packs_epi32(sums[2].quotients(divide), sums[3].quotients(divide))};
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + std::ptrdiff_t(x) * 4),
+                         _mm_packus_epi16(words[0], words[1]));
     }
+    return x;
+}
+#else
+class Sums
+{
+public:
+    explicit Sums(int half) : m_sums{Word(half), Word(half), Word(half), Word(half)} {}
+
+    void add(const Byte* first, const Byte* second, int weights)
+    {
+        for (int i = 0; i < 4; ++i)
+            m_sums[i] += first[i] * Word(weights & 0xFFFF) + second[i] * Word(weights >> 16);
+    }
+    Word color(Divisor divide) const
+    {
+        Byte channels[4];
+        for (int i = 0; i < 4; ++i)
+            channels[i] = Byte(divide(m_sums[i]));
+        return load(channels, 0);
+    }
+
+private:
+    Word m_sums[4];
 };
 
-struct OutputLoop {
-    ZYL_IMAGE_LOOP run(const Word* sums, Byte* to, int count, Divisor divide)
-    {
-        for (int i = 0; i < count; ++i)
-            to[i] = Byte(divide(sums[i]));
-    }
-};
+int averageFours(const VImage&, const Pairs::Pair*, const Pairs::Pair*, int, Divisor, Byte*)
+{
+    return 0;
+}
+#endif
 
 struct OpaqueLoop {
     ZYL_IMAGE_LOOP run(const Byte* from, Byte* to, int count)
@@ -145,8 +255,9 @@ class BoxScaler
 public:
     BoxScaler(const VImage& from, VImage& to)
         : m_from(from), m_to(to), m_alpha(from.hasAlphaBuffer()), m_base(scaleBase(from.width())),
-          m_divide(m_base), m_lines(from.height(), to.height(), m_base),
-          m_columns(from.width(), to.width(), m_base), m_line(std::size_t(from.width()) * 4)
+          m_divide{1.0f / float(m_base)}, m_lines(from.height(), to.height(), m_base),
+          m_columns(from.width(), to.width(), m_base), m_linePairs(m_lines, to.height()),
+          m_columnPairs(m_columns, to.width()), m_line(std::size_t(from.width()) * 4)
     {
     }
 
@@ -164,8 +275,6 @@ public:
     }
 
 private:
-    static constexpr int Chunk = 256; // pixels, whose sums fit the first cache
-
     Word half() const { return Word(m_base / 2); }
     bool keepsHeight() const { return m_from.height() == m_to.height(); }
     bool keepsWidth() const { return m_from.width() == m_to.width(); }
@@ -178,14 +287,15 @@ private:
             return m_from.jumpTable()[y];
         if (m_lines.isSingle(y))
             return m_from.jumpTable()[m_lines.begin(y)->input];
-        Word sums[Chunk * 4];
-        for (int x = 0; x < m_from.width(); x += Chunk) {
-            const int bytes = std::min(Chunk, m_from.width() - x) * 4;
-            std::fill_n(sums, bytes, half());
-            for (const Shares::Share* share = m_lines.begin(y); share != m_lines.end(y); ++share)
-                runLoop<AddLoop>(m_from.jumpTable()[share->input] + std::ptrdiff_t(x) * 4, sums,
-                                 bytes, Word(share->weight));
-            runLoop<OutputLoop>(sums, m_line.data() + std::size_t(x) * 4, bytes, m_divide);
+        const Pairs::Pair *begin = m_linePairs.begin(y), *end = m_linePairs.end(y);
+        int x = averageFours(m_from, begin, end, m_base / 2, m_divide, m_line.data());
+        for (; x < m_from.width(); ++x) {
+            const std::ptrdiff_t at = std::ptrdiff_t(x) * 4;
+            Sums sums(m_base / 2);
+            for (const Pairs::Pair* pair = begin; pair != end; ++pair)
+                sums.add(m_from.jumpTable()[pair->first] + at, m_from.jumpTable()[pair->second] + at,
+                         pair->weights);
+            store(m_line.data(), x, sums.color(m_divide));
         }
         return m_line.data();
     }
@@ -197,24 +307,12 @@ private:
             return;
         }
         for (int x = 0; x < m_to.width(); ++x) {
-            const Shares::Share* share = m_columns.begin(x);
-            if (m_columns.isSingle(x)) {
-                store(to, x, load(from, share->input) | Opaque);
-                continue;
-            }
-            // The sums of three channels, in 20 bits each.
-            quint64 sums = apart(0x010101) * half();
-            for (; share != m_columns.end(x); ++share)
-                sums += apart(load(from, share->input)) * quint64(share->weight);
-            store(to, x,
-                  Opaque | m_divide(sums >> 40 & 0xFFFFF) << 16 |
-                      m_divide(sums >> 20 & 0xFFFFF) << 8 | m_divide(sums & 0xFFFFF));
+            Sums sums(m_base / 2);
+            for (const Pairs::Pair* pair = m_columnPairs.begin(x); pair != m_columnPairs.end(x); ++pair)
+                sums.add(from + std::ptrdiff_t(pair->first) * 4, from + std::ptrdiff_t(pair->second) * 4,
+                         pair->weights);
+            store(to, x, sums.color(m_divide) | Opaque);
         }
-    }
-
-    static quint64 apart(Word color)
-    {
-        return quint64(color & 0xFF0000) << 24 | quint64(color & 0xFF00) << 12 | (color & 0xFF);
     }
 
     const Byte* averagedAlphaLine(int y)
@@ -251,6 +349,7 @@ private:
     int m_base;
     Divisor m_divide;
     Shares m_lines, m_columns;
+    Pairs m_linePairs, m_columnPairs;
     std::vector<Byte> m_line;
 };
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
 
 using namespace imagelines;
 
@@ -64,8 +65,8 @@ struct Span {
 
     Span operator&(const Span& other) const
     {
-        const qint64 start = std::max(first, other.first);
-        return {start, std::max(start, std::min(end, other.end))};
+        const Span both{std::max(first, other.first), std::min(end, other.end)};
+        return both.first < both.end ? both : Span{0, 0};
     }
 };
 
@@ -108,9 +109,15 @@ public:
     template <int Bytes>
     void sample(Byte* dst, qint64 advance, int count, int lines, int background = Keep) const
     {
-        // In tiles, so that the lines which a turned picture is read across stay in the cache.
+        if (isQuarterTurn()) {
+            sampleQuarterTurn<Bytes>(dst, advance, count, lines, background);
+            return;
+        }
+        // In tiles, so that the lines which a big turned picture is read across stay in the cache.
         constexpr int side = 64;
-        const int tile = m_yStep == 0 ? count : side;
+        constexpr qint64 cacheBytes = 1 << 19;
+        const bool whole = m_yStep == 0 || m_lineBytes * (m_yLimit >> 16) <= cacheBytes;
+        const int tile = whole ? std::max(count, 1) : side;
         Line band[side];
         for (int y0 = 0; y0 < lines; y0 += side, dst += side * advance) {
             const int height = std::min(side, lines - y0);
@@ -135,12 +142,21 @@ public:
     /// Samples bits, setting those of the target, from the least significant, whose source is set.
     void sampleBits(Byte* dst, qint64 advance, int count, int lines, VImage::Endian order) const
     {
+        const int turn = order == VImage::LittleEndian ? 0 : 7;
         for (int y = 0; y < lines; ++y, dst += advance) {
             const Line line = lineAt(y, count);
             qint64 px = line.x + line.span.first * m_xStep, py = line.y + line.span.first * m_yStep;
-            for (qint64 x = line.span.first; x < line.span.end; ++x, px += m_xStep, py += m_yStep)
-                if (testBit(m_src + (py >> 16) * m_lineBytes, int(px >> 16), order))
-                    dst[x >> 3] = Byte(dst[x >> 3] | 1 << (x & 7));
+            for (qint64 x = line.span.first; x < line.span.end;) {
+                const qint64 end = std::min(line.span.end, (x | 7) + 1);
+                unsigned bits = 0;
+                for (Byte* const to = dst + (x >> 3); x < end; px += m_xStep, py += m_yStep, ++x) {
+                    const qint64 at = px >> 16;
+                    const unsigned from = m_src[(py >> 16) * m_lineBytes + (at >> 3)];
+                    bits |= (from >> ((at & 7) ^ turn) & 1) << (x & 7);
+                    if (x + 1 == end)
+                        *to = Byte(*to | bits);
+                }
+            }
         }
     }
 
@@ -166,6 +182,50 @@ private:
     bool isRepeat(const Line& line, const Line& before) const
     {
         return m_yStep == 0 && line.x == before.x && line.y >> 16 == before.y >> 16;
+    }
+
+    bool isQuarterTurn() const
+    {
+        return m_xStep == 0 && m_yLineStep == 0 && std::abs(m_yStep) == 65536 &&
+               std::abs(m_xLineStep) == 65536;
+    }
+
+    /// Turns by a quarter, in blocks whose lines of both pictures fit the first cache whatever their distance.
+    template <int Bytes>
+    void sampleQuarterTurn(Byte* dst, qint64 advance, int count, int lines, int background) const
+    {
+        const Span columns = spanInside(m_y, m_yStep, m_yLimit) & Span{0, count};
+        const Span rows = spanInside(m_x, m_xLineStep, m_xLimit) & Span{0, lines};
+        if (background != Keep)
+            for (int y = 0; y < lines; ++y)
+                clearOutside<Bytes>(dst + y * advance,
+                                    y >= rows.first && y < rows.end ? columns : Span{0, 0}, count,
+                                    background);
+        const qint64 columnStep = m_yStep < 0 ? -m_lineBytes : m_lineBytes;
+        const qint64 rowStep = m_xLineStep < 0 ? -Bytes : Bytes;
+        const Byte* const origin = m_src + (m_y >> 16) * m_lineBytes + (m_x >> 16) * Bytes;
+        constexpr qint64 side = 8, group = 64;
+        for (qint64 y0 = rows.first; y0 < rows.end; y0 += group)
+            for (qint64 x = columns.first; x < columns.end; x += side)
+                for (qint64 y = y0; y < std::min(y0 + group, rows.end); y += side) {
+                    const qint64 width = std::min(side, columns.end - x);
+                    const qint64 height = std::min(side, std::min(y0 + group, rows.end) - y);
+                    const Byte* from = origin + x * columnStep + y * rowStep;
+                    Byte* to = dst + y * advance + x * Bytes;
+                    if (width == side && height == side)
+                        turnBlock<Bytes>(from, columnStep, rowStep, to, advance, side, side);
+                    else
+                        turnBlock<Bytes>(from, columnStep, rowStep, to, advance, width, height);
+                }
+    }
+
+    template <int Bytes>
+    [[gnu::always_inline]] static void turnBlock(const Byte* from, qint64 columnStep, qint64 rowStep,
+                                                 Byte* to, qint64 advance, qint64 width, qint64 height)
+    {
+        for (qint64 y = 0; y < height; ++y)
+            for (qint64 x = 0; x < width; ++x)
+                std::memcpy(to + y * advance + x * Bytes, from + x * columnStep + y * rowStep, Bytes);
     }
 
     template <int Bytes>
