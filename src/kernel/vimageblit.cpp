@@ -1,6 +1,7 @@
 #include "kernel/vimagelines_p.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 using namespace imagelines;
@@ -105,7 +106,9 @@ void drawWords(const Block& block, const VImage& dst, const VImage& src)
 {
     const bool blend = src.hasAlphaBuffer();
     const bool direct = src.depth() == 32 && (!blend || dst.bits() != src.bits());
-    const FullTable table(src);
+    std::optional<FullTable> table;
+    if (!direct)
+        table.emplace(src);
     const int first = int(block.sx & ~7); // whole bytes of a 1-bit line
     const int count = int(block.sx + block.w) - first;
     std::vector<Byte> words(direct ? 0 : std::size_t(count) * 4);
@@ -113,7 +116,7 @@ void drawWords(const Block& block, const VImage& dst, const VImage& src)
         if (direct) {
             from += block.sx * 4;
         } else {
-            toWords(src, table, y, first, words.data(), count);
+            toWords(src, *table, y, first, words.data(), count);
             from = words.data() + (block.sx - first) * 4;
         }
         if (blend)

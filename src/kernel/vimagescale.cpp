@@ -112,8 +112,8 @@ private:
     std::vector<std::size_t> m_first; // of each output
 };
 
-/// Divides sums of at most 255 and a half bases by the base. They have 20 bits, and a half more keeps each quotient further
-/// from an integer than the product is wrong.
+/// Divides sums of at most 255 and a half bases by the base. They have 20 bits, and a half more
+/// keeps each quotient further from an integer than the product is wrong.
 struct Divisor {
     float reciprocal;
 
@@ -146,17 +146,29 @@ public:
         const __m128 more = _mm_add_ps(_mm_cvtepi32_ps(m_sums), _mm_set1_ps(0.5f));
         return _mm_cvttps_epi32(_mm_mul_ps(more, _mm_set1_ps(divide.reciprocal)));
     }
+    static __m128i words(const Sums* sums, Divisor divide)
+    {
+        return _mm_packus_epi16(
+            _mm_packs_epi32(sums[0].quotients(divide), sums[1].quotients(divide)),
+            _mm_packs_epi32(sums[2].quotients(divide), sums[3].quotients(divide)));
+    }
+    static void storeOpaque(const Sums* sums, Divisor divide, Byte* to)
+    {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
+                         _mm_or_si128(words(sums, divide), _mm_set1_epi32(int(Opaque))));
+    }
     Word color(Divisor divide) const
     {
-        const __m128i words = _mm_packs_epi32(quotients(divide), _mm_setzero_si128());
-        return Word(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+        const __m128i half = _mm_packs_epi32(quotients(divide), _mm_setzero_si128());
+        return Word(_mm_cvtsi128_si32(_mm_packus_epi16(half, half)));
     }
 
 private:
     __m128i m_sums;
 };
 
-/// Averages four pixels at a time; `first` and `second` of the pairs are lines. Returns how many it did.
+/// Averages four pixels at a time; `first` and `second` of the pairs are lines. Returns how many it
+/// did.
 int averageFours(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair* end, int half,
                  Divisor divide, Byte* to)
 {
@@ -166,8 +178,8 @@ int averageFours(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair
         Sums sums[4] = {Sums(half), Sums(half), Sums(half), Sums(half)};
         for (const Pairs::Pair* pair = begin; pair != end; ++pair) {
             const auto pixels = [&from, x](int line) {
-                return _mm_loadu_si128(
-                    reinterpret_cast<const __m128i*>(from.jumpTable()[line] + std::ptrdiff_t(x) * 4));
+                return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from.jumpTable()[line] +
+                                                                        std::ptrdiff_t(x) * 4));
             };
             const __m128i first = pixels(pair->first), second = pixels(pair->second);
             const __m128i weights = _mm_set1_epi32(pair->weights);
@@ -178,11 +190,8 @@ int averageFours(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair
             sums[2].addInterleaved(_mm_unpacklo_epi8(high, zero), weights);
             sums[3].addInterleaved(_mm_unpackhi_epi8(high, zero), weights);
         }
-        const __m128i words[2] = {
-            _mm_packs_epi32(sums[0].quotients(divide), sums[1].quotients(divide)),
-            _mm_packs_epi32(sums[2].quotients(divide), sums[3].quotients(divide))};
         _mm_storeu_si128(reinterpret_cast<__m128i*>(to + std::ptrdiff_t(x) * 4),
-                         _mm_packus_epi16(words[0], words[1]));
+                         Sums::words(sums, divide));
     }
     return x;
 }
@@ -196,6 +205,11 @@ public:
     {
         for (int i = 0; i < 4; ++i)
             m_sums[i] += first[i] * Word(weights & 0xFFFF) + second[i] * Word(weights >> 16);
+    }
+    static void storeOpaque(const Sums* sums, Divisor divide, Byte* to)
+    {
+        for (int i = 0; i < 4; ++i)
+            store(to, i, sums[i].color(divide) | Opaque);
     }
     Word color(Divisor divide) const
     {
@@ -223,41 +237,88 @@ struct OpaqueLoop {
     }
 };
 
-/// The sums of one pixel whose colours count as much as its alpha.
-struct AlphaSums {
-    Word r, g, b, a;
+/// The weighted sums of one pixel whose colours count as much as its alpha. Each product of colour,
+/// weight and alpha is divided by 255 on its own.
+///
+/// The sum of alphas is never 0: it starts at half a pixel, as those of the colours, which can't
+/// pass it.
+#if defined(__SSE2__)
+class AlphaSums
+{
+public:
+    explicit AlphaSums(int half) : m_sums(_mm_set1_epi32(half)) {}
 
-    explicit AlphaSums(Word half) : r(half), g(half), b(half), a(half) {}
-
-    [[gnu::always_inline]] void add(Word color, Word weight)
+    void add(Word color, int weight)
     {
-        const Word alpha = color >> 24;
-        r += (color >> 16 & 0xFF) * weight * alpha / 255;
-        g += (color >> 8 & 0xFF) * weight * alpha / 255;
-        b += (color & 0xFF) * weight * alpha / 255;
-        a += alpha * weight;
+        const __m128i zero = _mm_setzero_si128();
+        const __m128i weights = _mm_set1_epi32(weight);
+        const __m128i alpha = _mm_set1_epi16(short(color >> 24));
+        // An alpha of 255 in the colour's place makes the fourth product the alpha's own.
+        const __m128i channels = _mm_unpacklo_epi8(_mm_cvtsi32_si128(int(color | Opaque)), zero);
+        const __m128i product = _mm_mullo_epi16(channels, alpha);
+        // Divided by 255 before the weight comes in, and the rest after: both fit 16 bits.
+        const __m128i whole =
+            _mm_srli_epi16(_mm_mulhi_epu16(product, _mm_set1_epi16(short(0x8081))), 7);
+        const __m128i rest = _mm_sub_epi16(product, _mm_sub_epi16(_mm_slli_epi16(whole, 8), whole));
+        const __m128i rests = _mm_madd_epi16(_mm_unpacklo_epi16(rest, zero), weights);
+        const __m128 more = _mm_add_ps(_mm_cvtepi32_ps(rests), _mm_set1_ps(0.5f));
+        m_sums = _mm_add_epi32(m_sums, _mm_madd_epi16(_mm_unpacklo_epi16(whole, zero), weights));
+        m_sums = _mm_add_epi32(m_sums, _mm_cvttps_epi32(_mm_mul_ps(more, _mm_set1_ps(1.0f / 255))));
     }
 
-    /// The sum of alphas is never 0: it started at half a pixel, as that of each colour, which
-    /// can't pass it. A product has 28 bits, so that a quotient of real numbers truncates to the
-    /// same as one of integers.
-    [[gnu::always_inline]] Word color(Divisor divide) const
+    /// A quotient of sums of 20 bits stays 2^-20 below the next integer, or is one.
+    Word color(Divisor divide) const
     {
-        const double scale = double(int(a));
-        return divide(a) << 24 | Word(int(int(r * 255) / scale)) << 16 |
-               Word(int(int(g * 255) / scale)) << 8 | Word(int(int(b * 255) / scale));
+        const int alpha = _mm_cvtsi128_si32(_mm_shuffle_epi32(m_sums, 0xFF));
+        const __m128d scale = _mm_set1_pd(255.0 / alpha), more = _mm_set1_pd(1.0 / (1 << 22));
+        const __m128d low = _mm_cvtepi32_pd(m_sums);
+        const __m128d high = _mm_cvtepi32_pd(_mm_unpackhi_epi64(m_sums, m_sums));
+        const __m128i quotients =
+            _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(low, scale), more)),
+                               _mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(high, scale), more)));
+        const __m128i words = _mm_packs_epi32(quotients, quotients);
+        const Word color = Word(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
+        return (color & ColorMask) | divide(Word(alpha)) << 24;
     }
+
+private:
+    __m128i m_sums;
 };
+#else
+class AlphaSums
+{
+public:
+    explicit AlphaSums(int half) : m_sums{Word(half), Word(half), Word(half), Word(half)} {}
+
+    void add(Word color, int weight)
+    {
+        for (int i = 0; i < 4; ++i)
+            m_sums[i] += ((color | Opaque) >> (8 * i) & 0xFF) * Word(weight) * (color >> 24) / 255;
+    }
+
+    Word color(Divisor divide) const
+    {
+        Word color = divide(m_sums[3]) << 24;
+        for (int i = 0; i < 3; ++i)
+            color |= m_sums[i] * 255 / m_sums[3] << (8 * i);
+        return color;
+    }
+
+private:
+    Word m_sums[4];
+};
+#endif
 
 /// Averages boxes of pixels, first the lines and then the pixels of each.
 class BoxScaler
 {
 public:
     BoxScaler(const VImage& from, VImage& to)
-        : m_from(from), m_to(to), m_alpha(from.hasAlphaBuffer()), m_base(scaleBase(from.width())),
-          m_divide{1.0f / float(m_base)}, m_lines(from.height(), to.height(), m_base),
-          m_columns(from.width(), to.width(), m_base), m_linePairs(m_lines, to.height()),
-          m_columnPairs(m_columns, to.width()), m_line(std::size_t(from.width()) * 4)
+        : m_from(from), m_to(to), m_alpha(from.hasAlphaBuffer()),
+          m_base(scaleBase(from.width())), m_divide{1.0f / float(m_base)},
+          m_lines(from.height(), to.height(), m_base), m_columns(from.width(), to.width(), m_base),
+          m_linePairs(m_lines, to.height()), m_columnPairs(m_columns, to.width()),
+          m_line(std::size_t(from.width()) * 4)
     {
     }
 
@@ -275,7 +336,6 @@ public:
     }
 
 private:
-    Word half() const { return Word(m_base / 2); }
     bool keepsHeight() const { return m_from.height() == m_to.height(); }
     bool keepsWidth() const { return m_from.width() == m_to.width(); }
 
@@ -293,8 +353,8 @@ private:
             const std::ptrdiff_t at = std::ptrdiff_t(x) * 4;
             Sums sums(m_base / 2);
             for (const Pairs::Pair* pair = begin; pair != end; ++pair)
-                sums.add(m_from.jumpTable()[pair->first] + at, m_from.jumpTable()[pair->second] + at,
-                         pair->weights);
+                sums.add(m_from.jumpTable()[pair->first] + at,
+                         m_from.jumpTable()[pair->second] + at, pair->weights);
             store(m_line.data(), x, sums.color(m_divide));
         }
         return m_line.data();
@@ -306,13 +366,25 @@ private:
             runLoop<OpaqueLoop>(from, to, m_to.width());
             return;
         }
-        for (int x = 0; x < m_to.width(); ++x) {
-            Sums sums(m_base / 2);
-            for (const Pairs::Pair* pair = m_columnPairs.begin(x); pair != m_columnPairs.end(x); ++pair)
-                sums.add(from + std::ptrdiff_t(pair->first) * 4, from + std::ptrdiff_t(pair->second) * 4,
-                         pair->weights);
-            store(to, x, sums.color(m_divide) | Opaque);
+        int x = 0;
+        for (; x + 4 <= m_to.width(); x += 4) {
+            const Sums sums[4] = {sumsOf(from, x), sumsOf(from, x + 1), sumsOf(from, x + 2),
+                                  sumsOf(from, x + 3)};
+            Sums::storeOpaque(sums, m_divide, to + std::ptrdiff_t(x) * 4);
         }
+        for (; x < m_to.width(); ++x)
+            store(to, x, sumsOf(from, x).color(m_divide) | Opaque);
+    }
+
+    [[gnu::always_inline]] Sums sumsOf(const Byte* from, int x) const
+    {
+        Sums sums(m_base / 2);
+        const Pairs::Pair *pair = m_columnPairs.begin(x), *end = m_columnPairs.end(x);
+        do
+            sums.add(from + std::ptrdiff_t(pair->first) * 4,
+                     from + std::ptrdiff_t(pair->second) * 4, pair->weights);
+        while (++pair != end);
+        return sums;
     }
 
     const Byte* averagedAlphaLine(int y)
@@ -320,9 +392,9 @@ private:
         if (keepsHeight())
             return m_from.jumpTable()[y];
         for (int x = 0; x < m_from.width(); ++x) {
-            AlphaSums sums(half());
+            AlphaSums sums(m_base / 2);
             for (const Shares::Share* share = m_lines.begin(y); share != m_lines.end(y); ++share)
-                sums.add(load(m_from.jumpTable()[share->input], x), Word(share->weight));
+                sums.add(load(m_from.jumpTable()[share->input], x), share->weight);
             store(m_line.data(), x, sums.color(m_divide));
         }
         return m_line.data();
@@ -335,10 +407,10 @@ private:
             return;
         }
         for (int x = 0; x < m_to.width(); ++x) {
-            AlphaSums sums(half());
+            AlphaSums sums(m_base / 2);
             for (const Shares::Share* share = m_columns.begin(x); share != m_columns.end(x);
                  ++share)
-                sums.add(load(from, share->input), Word(share->weight));
+                sums.add(load(from, share->input), share->weight);
             store(to, x, sums.color(m_divide));
         }
     }
