@@ -112,6 +112,130 @@ constexpr char digitPairs[] = "0001020304050607080910111213141516171819202122232
         .ptr;
 }
 
+// Digits, eight at a time. A plain number lies within `plainLength` bytes.
+constexpr std::ptrdiff_t plainLength = 48;
+
+#if Q_BYTE_ORDER == Q_LITTLE_ENDIAN
+/// Takes up to eight digits and adds them to the value; returns how many there were.
+inline unsigned takeEight(const char*& at, quint64& value)
+{
+    constexpr quint32 tens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+    quint64 bytes;
+    std::memcpy(&bytes, at, sizeof bytes);
+    bytes ^= 0x3030303030303030;
+    const quint64 others = ((bytes + 0x7676767676767676) | bytes) & 0x8080808080808080;
+    const unsigned count = others ? unsigned(__builtin_ctzll(others)) / 8 : 8;
+    bytes = bytes << 8 * (7 - (count ? count - 1 : 0)) << (count ? 0 : 8);
+    bytes = bytes * 10 + (bytes >> 8);
+    bytes = ((bytes & 0x000000FF000000FF) * 0x000F424000000064 +
+             (bytes >> 16 & 0x000000FF000000FF) * 0x0000271000000001) >>
+            32;
+    value = value * tens[count] + bytes;
+    at += count;
+    return count;
+}
+#else
+inline unsigned takeEight(const char*& at, quint64& value)
+{
+    unsigned count = 0;
+    for (; count < 8 && isDigit(*at); ++count)
+        value = value * 10 + unsigned(*at++ - '0');
+    return count;
+}
+#endif
+
+// The common forms of a number, with at least `plainLength` bytes to look at. False, with nothing
+// taken, for any other.
+
+inline bool readPlain(const char*& at, double& value)
+{
+    const char* p = at;
+    const bool negative = *p == '-';
+    p += negative;
+    quint64 mantissa = 0;
+    const unsigned whole = takeEight(p, mantissa);
+    if (whole == 0 || whole == 8)
+        return false;
+    unsigned fraction = 0;
+    if (*p == '.') {
+        ++p;
+        fraction = takeEight(p, mantissa);
+        if (fraction == 0)
+            return false;
+        if (fraction == 8)
+            fraction += takeEight(p, mantissa);
+    }
+    if ((*p | 0x20) == 'e' || whole + fraction > 18 || mantissa > quint64(1) << 53 ||
+        (fraction == 16 && isDigit(*p)))
+        return false;
+    const double magnitude = double(mantissa) / exactPowers[fraction];
+    value = negative ? -magnitude : magnitude;
+    at = p;
+    return true;
+}
+
+inline bool readPlain(const char*& at, float& value)
+{
+    double wide;
+    const bool found = readPlain(at, wide);
+    if (found)
+        value = float(wide);
+    return found;
+}
+
+inline bool readPlain(const char*& at, int& value)
+{
+    const char* p = at;
+    const bool negative = *p == '-';
+    p += negative;
+    quint64 magnitude = 0;
+    const bool isOctal = *p == '0' && !negative;
+    const unsigned digits = takeEight(p, magnitude);
+    if (digits == 0 || digits == 8 ||
+        (isOctal && (digits > 1 || (*p | 0x20) == 'x' || (*p | 0x20) == 'b')))
+        return false;
+    value = negative ? -int(magnitude) : int(magnitude);
+    at = p;
+    return true;
+}
+
+inline bool readAny(const char*& at, const char* end, double& value)
+{
+    return zyltext::readReal(at, end, value);
+}
+
+inline bool readAny(const char*& at, const char* end, float& value)
+{
+    double wide;
+    const bool found = zyltext::readReal(at, end, wide);
+    value = float(wide);
+    return found;
+}
+
+inline bool readAny(const char*& at, const char* end, int& value)
+{
+    quint64 wide;
+    const bool found = zyltext::readInteger(at, end, wide);
+    value = int(quint32(wide));
+    return found;
+}
+
+template <class T>
+inline bool readItem(const char*& at, const char* end, T& value)
+{
+    zyltext::skipBlanks(at, end);
+    return (end - at >= plainLength && readPlain(at, value)) || readAny(at, end, value);
+}
+
+inline bool takeSign(const char*& at, const char* end, char sign)
+{
+    zyltext::skipBlanks(at, end);
+    if (at == end || *at != sign)
+        return false;
+    ++at;
+    return true;
+}
+
 template <class T>
 char* writeNonFinite(char* to, T value)
 {
@@ -221,6 +345,34 @@ bool readReal(const char*& at, const char* end, double& value)
         value = -value;
     return true;
 }
+
+template <class T>
+std::size_t readRun(const char*& at, const char* end, T* values, std::size_t n, unsigned width)
+{
+    std::size_t count = 0;
+    for (; count < n; ++count) {
+        const char* p = at;
+        if (width == 0) {
+            if (!readItem(p, end, values[count]))
+                break;
+        } else {
+            T* const tuple = values + count * width;
+            bool found = takeSign(p, end, '{');
+            for (unsigned i = 0; found && i < width; ++i)
+                found = readItem(p, end, tuple[i]) && takeSign(p, end, i + 1 < width ? ',' : '}');
+            if (!found)
+                break;
+        }
+        if (!takeSign(p, end, ','))
+            break;
+        at = p;
+    }
+    return count;
+}
+
+template std::size_t readRun(const char*&, const char*, int*, std::size_t, unsigned);
+template std::size_t readRun(const char*&, const char*, float*, std::size_t, unsigned);
+template std::size_t readRun(const char*&, const char*, double*, std::size_t, unsigned);
 
 char* writeInteger(char* to, qint64 value)
 {

@@ -2,6 +2,8 @@
 
 #include <qglobal.h>
 
+#include <cstddef>
+
 /// Numbers as text, by the rules of the classic text stream and whatever the locale. Readers work
 /// on a piece of memory: they skip blanks, take what belongs to a number, leave `at` on the
 /// character behind it, and return whether there was a digit. Writers put at most `longestNumber`
@@ -30,6 +32,12 @@ bool readInteger(const char*& at, const char* end, quint64& value);
 /// The nearest double; past the largest one infinity. There is no hexadecimal, "nan" or "inf".
 /// Without a digit the value is 0, and nothing but a sign and a point are taken.
 bool readReal(const char*& at, const char* end, double& value);
+
+/// Reads as many as `n` items that a comma stands behind, and takes those commas: numbers, or, with
+/// a `width` other than 0, tuples of that many numbers. Stops before what is unusual and near the
+/// end, and returns how many items there were. For int, float and double.
+template <class T>
+std::size_t readRun(const char*& at, const char* end, T* values, std::size_t n, unsigned width);
 
 char* writeInteger(char* to, qint64 value);
 char* writeHexadecimal(char* to, quint32 value);

@@ -1,7 +1,6 @@
 #include "kernel/vzylreader_p.h"
 
 #include "kernel/vformatio.h"
-#include "kernel/vzylnumber_p.h"
 
 #include <qbuffer.h>
 #include <qstring.h>
@@ -11,13 +10,17 @@
 #include <cstring>
 #include <string_view>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace
 {
 constexpr std::ptrdiff_t blockSize = 65536;
 constexpr std::ptrdiff_t largestWindow = 0x7FFFFFFF; // offsets have 32 bits
 constexpr std::ptrdiff_t history = 4;                // bytes that `unget` can step back over
 // Blocks below this size aren't worth a note of where they end: they are looked through again.
-constexpr quint32 shortBlock = 32;
+constexpr std::ptrdiff_t shortBlock = 32;
 
 enum CharacterClass : quint8 { Letter = 1, Digit = 2, Structure = 4 };
 
@@ -38,6 +41,25 @@ constexpr auto classes = makeClasses();
 inline bool isClass(char c, int mask)
 {
     return classes[quint8(c)] & mask;
+}
+
+/// The first brace or slash.
+inline const char* findStructure(const char* p, const char* end)
+{
+#ifdef __SSE2__
+    const __m128i open = _mm_set1_epi8('{'), close = _mm_set1_epi8('}'), slash = _mm_set1_epi8('/');
+    for (; end - p >= 16; p += 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i found =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(bytes, open), _mm_cmpeq_epi8(bytes, close)),
+                         _mm_cmpeq_epi8(bytes, slash));
+        if (const int mask = _mm_movemask_epi8(found))
+            return p + __builtin_ctz(unsigned(mask));
+    }
+#endif
+    while (p < end && !isClass(*p, Structure))
+        ++p;
+    return p;
 }
 } // namespace
 
@@ -515,7 +537,7 @@ bool VZylReader::closeBrace(quint32& open, std::ptrdiff_t offset)
     Brace& brace = m_braces[open];
     const quint32 outer = brace.end;
     const bool isLast = open + 1 == m_braces.size();
-    if (outer != noBrace && isLast && quint32(offset) - brace.begin < shortBlock) {
+    if (outer != noBrace && isLast && offset - std::ptrdiff_t(brace.begin) < shortBlock) {
         m_braces.pop_back();
     } else {
         brace.end = quint32(offset);
@@ -536,9 +558,14 @@ bool VZylReader::scanBlock(Entry& entry, const Mark& mark)
     bool whole = false;
     entry.brace = quint32(m_braces.size());
     while (!whole) {
-        const char* p = m_window.at;
-        while (p < m_window.end && !isClass(*p, Structure))
-            ++p;
+        const char* p = findStructure(m_window.at, m_window.end);
+        while (p < m_window.end && *p == '{' && open != noBrace) {
+            // Tuples of numbers, of which there are many, are passed without a note.
+            const char* const close = findStructure(p + 1, m_window.end);
+            if (close == m_window.end || *close != '}' || close - p >= shortBlock - 1)
+                break;
+            p = findStructure(close + 1, m_window.end);
+        }
         m_window.at = p;
         if (p == m_window.end) {
             if (more())

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernel/vformatdiagnostics.h"
+#include "kernel/vzylnumber_p.h"
 #include "toolkit/qmemarray.h"
 
 #include <qbytearray.h>
@@ -115,6 +116,12 @@ public:
     int readIdentifier(View& word);
     bool readNumber(quint64& value);
     bool readNumber(double& value);
+    /// See zyltext::readRun.
+    template <class T>
+    std::size_t readRun(T* values, std::size_t n, unsigned width)
+    {
+        return zyltext::readRun(m_window.at, m_window.end, values, n, width);
+    }
     /// The bytes between the quotes, backslashes and all; `escaped` tells whether there are any.
     int readString(View& text, bool& escaped);
     View readLine(std::size_t most);

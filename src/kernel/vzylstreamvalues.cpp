@@ -138,16 +138,46 @@ bool readElement(VZylReader& reader, VColor& color)
     return true;
 }
 
-/// Reads up to the closing brace, growing `array` as `VMemArray` or `GVectorArray` does.
-template <class Array, class ReadAt>
-int readElements(VZylReader& reader, Array& array, ReadAt readAt)
+// Reads many elements at a time, where that can be done; `capacity` is what is left of the array.
+
+template <class T>
+std::enable_if_t<std::is_arithmetic_v<T> && sizeof(T) >= 4, std::size_t>
+readRun(VZylReader& reader, T* elements, std::size_t capacity)
+{
+    if constexpr (std::is_same_v<T, unsigned>)
+        return reader.readRun(reinterpret_cast<int*>(elements), capacity, 0);
+    else
+        return reader.readRun(elements, capacity, 0);
+}
+
+template <class V>
+auto readRun(VZylReader& reader, V* elements, std::size_t capacity)
+    -> std::enable_if_t<sizeof(V::x) >= 4, std::size_t>
+{
+    constexpr unsigned width = sizeof(V) / sizeof(V::x);
+    return reader.readRun(&elements->x, capacity, width);
+}
+
+std::size_t readRun(VZylReader&, VColor*, std::size_t)
+{
+    return 0;
+}
+
+/// Reads up to the closing brace, growing `array` as `VMemArray` or `GVectorArray` does. `readMany`
+/// takes elements with the commas behind them from an index on, `readOne` one without.
+template <class Array, class ReadMany, class ReadOne>
+int readElements(VZylReader& reader, Array& array, ReadMany readMany, ReadOne readOne)
 {
     unsigned count = 0;
     int separator = ',';
     while (separator == ',') {
-        if (count >= array.size() && !array.resize(2 * count + 1))
+        const unsigned capacity = array.size();
+        if (count >= capacity && !array.resize(2 * count + 1))
             break;
-        if (!readAt(count))
+        count += unsigned(readMany(count, array.size() - count));
+        if (count >= array.size())
+            continue;
+        if (!readOne(count))
             break;
         ++count;
         separator = reader.next();
@@ -161,12 +191,19 @@ template <class T>
 int readNumbers(VZylReader& reader, geometry::GVectorArray& array)
 {
     const unsigned dimension = unsigned(array.dimension());
-    return readElements(reader, array, [&](unsigned index) {
+    const std::size_t size = dimension * sizeof(T);
+    const auto readMany = [&](unsigned index, unsigned n) -> std::size_t {
+        if constexpr (sizeof(T) == 1)
+            return 0;
+        else
+            return reader.readRun(reinterpret_cast<T*>(array.data() + index * size), n,
+                                  dimension == 1 ? 0 : dimension);
+    };
+    return readElements(reader, array, readMany, [&](unsigned index) {
         T values[largestDimension] = {};
         if (dimension == 1 ? !readElement(reader, values[0])
                            : readTuple(reader, values, dimension) < 0)
             return false;
-        const std::size_t size = dimension * sizeof(T);
         std::memcpy(array.data() + index * size, values, size);
         return true;
     });
@@ -307,9 +344,12 @@ int VZylStream::read(VMemArray<T>& array)
     if (!m_reader->take('{'))
         return -1;
     array.duplicate(nullptr, 0);
-    return readElements(*m_reader, array, [this, &array](unsigned index) {
-        return readElement(*m_reader, array.data()[index]);
-    });
+    return readElements(
+        *m_reader, array,
+        [this, &array](unsigned index, unsigned n) {
+            return readRun(*m_reader, array.data() + index, n);
+        },
+        [this, &array](unsigned index) { return readElement(*m_reader, array.data()[index]); });
 }
 
 int VZylStream::read(geometry::GVectorArray& array)

@@ -377,6 +377,91 @@ INSTANTIATE_TEST_SUITE_P(
                     ValueCase{"{ 1, 2, }", -1, "1 2"}, ValueCase{"{ 1, 2 ; }", -1, "1 2"},
                     ValueCase{"{ {1}, {2} }", -1, ""}));
 
+// Arrays take the common forms of numbers in bulk, and must see every other one as a single reader
+// does.
+template <class T>
+void expectArraysReadLikeSingleNumbers()
+{
+    const std::vector<std::string> forms = {"0",
+                                            "-0",
+                                            "7",
+                                            "12345678",
+                                            "123456789",
+                                            "-1.5",
+                                            "0.25",
+                                            ".5",
+                                            "5.",
+                                            "1e3",
+                                            "1.25E-2",
+                                            "0x1F",
+                                            "010",
+                                            "0b11",
+                                            "-010",
+                                            "+4",
+                                            "- 5",
+                                            "00012",
+                                            "4294967295",
+                                            "99999999999999999999",
+                                            "0.1234567890123456",
+                                            "0.12345678901234567890123",
+                                            "1234567.87654321",
+                                            "9007199254740993",
+                                            "1234567.12345678901",
+                                            "1e400",
+                                            "0.00000001",
+                                            "3.14159274",
+                                            "1e",
+                                            "0018",
+                                            "-0.0"};
+    std::mt19937 random(99);
+    for (int round = 0; round < 60; ++round) {
+        std::string text = "{";
+        std::vector<T> expected;
+        const int count = 1 + int(random() % 30);
+        bool fits = true;
+        for (int i = 0; i < count; ++i) {
+            const std::string& form = forms[random() % (round < 30 ? 7 : forms.size())];
+            TextSource one(QByteArray::fromStdString(form + ","));
+            T value = 0;
+            one.stream.read(value);
+            fits &= one.left() == ",";
+            expected.push_back(value);
+            const char* const blanks[] = {"", " ", "\n  ", "\t"};
+            text += (i > 0 ? "," : "") + std::string(blanks[random() % 4]) + form +
+                    blanks[random() % 4];
+        }
+        text += "}";
+        TextSource source(QByteArray::fromStdString(text));
+        VMemArray<T> array;
+        const int result = source.stream.read(array);
+        EXPECT_EQ(result, fits ? count : -1) << text;
+        ASSERT_LE(array.size(), expected.size());
+        for (unsigned i = 0; i < array.size(); ++i)
+            EXPECT_EQ(std::memcmp(&array[i], &expected[i], sizeof(T)), 0) << i << text;
+    }
+}
+
+TEST(ZylArrays, ReadLikeSingleNumbers)
+{
+    expectArraysReadLikeSingleNumbers<int>();
+    expectArraysReadLikeSingleNumbers<unsigned>();
+    expectArraysReadLikeSingleNumbers<float>();
+    expectArraysReadLikeSingleNumbers<double>();
+}
+
+TEST(ZylArrays, OfTuplesStopAtTheFirstOddOne)
+{
+    for (const char* odd : {"{1,2}", "{1,2,3,4}", "{1,2,x}", "1", "{1 2,3}", "{1,2,3;"}) {
+        const std::string whole = "{ 1, 2.5, 3 },\n  ";
+        TextSource source(
+            QByteArray::fromStdString("{ " + whole + whole + whole + odd + ", " + whole + whole));
+        geometry::Vector3fArray points;
+        EXPECT_EQ(source.stream.read(points), -1);
+        EXPECT_EQ(joined(&points.data()->x, 3 * int(points.size())), "1 2.5 3 1 2.5 3 1 2.5 3")
+            << odd;
+    }
+}
+
 TEST(ZylArrays, OfVectorsAndColours)
 {
     TextSource source("{ { 1, 2, 3 }, {4,5,6} } { {1,2}, {3} } { 0xff000001, { 1, 1, 1 }, 7 }");
