@@ -1,0 +1,256 @@
+#include "geometry/zylbezier.h"
+#include "geometry/zylcurve.h"
+#include "geometry/zylpathwalk_p.h"
+#include "geometry/zylquadcurve.h"
+#include "geometry/zylvector.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace geometry
+{
+namespace
+{
+// All coordinates here are relative to the point and in double, in which differences of floats are
+// exact unless they are of very different size.
+
+int directionOf(bool startsBelow)
+{
+    return startsBelow ? Curve::Increasing : Curve::Decreasing;
+}
+
+/// A line whose ends lie on different sides of the axis. It passes right of the point if its cross
+/// product has the sign of its direction, which spares a division and its rounding.
+int crossingOfLine(double x0, double y0, double x1, double y1)
+{
+    return y0 < y1 ? x0 * y1 > x1 * y0 : -int(x0 * y1 < x1 * y0);
+}
+
+/// The answer where no curve has to be solved; false if one has to.
+bool isDecidedByHull(const double* x, const double* y, int degree, int& crossings)
+{
+    const auto isRight = [](double v) { return !(v <= 0); };
+    const auto isBelow = [](double v) { return v < 0; };
+    crossings = 0;
+    if (std::none_of(x, x + degree + 1, isRight) || std::none_of(y, y + degree + 1, isBelow) ||
+        std::all_of(y, y + degree + 1, isBelow))
+        return true;
+    if (!std::all_of(x, x + degree + 1, isRight))
+        return false;
+    if (isBelow(y[0]) != isBelow(y[degree]))
+        crossings = directionOf(isBelow(y[0]));
+    return true;
+}
+
+void fill(double (&eqn)[3], const double* v)
+{
+    QuadCurve::fillEqn(eqn, 0, v[0], v[1], v[2]);
+}
+
+void fill(double (&eqn)[4], const double* v)
+{
+    CubicCurve::fillEqn(eqn, 0, v[0], v[1], v[2], v[3]);
+}
+
+template <int degree>
+double value(const double* eqn, double t)
+{
+    double v = eqn[degree];
+    for (int k = degree; k-- > 0;)
+        v = v * t + eqn[k];
+    return v;
+}
+
+template <int degree>
+double slope(const double* eqn, double t)
+{
+    double v = degree * eqn[degree];
+    for (int k = degree; --k > 0;)
+        v = v * t + k * eqn[k];
+    return v;
+}
+
+/// The root between two places on different sides of 0, by Newton's steps held to what is left of
+/// the bracket.
+template <int degree>
+double rootBetween(const double* eqn, double low, double high, bool lowIsBelow)
+{
+    double t = (low + high) / 2;
+    for (int round = 0; round < 128; ++round) {
+        const double v = value<degree>(eqn, t);
+        if (v == 0)
+            break;
+        ((v < 0) == lowIsBelow ? low : high) = t;
+        double next = t - v / slope<degree>(eqn, t);
+        if (!(next > low && next < high))
+            next = (low + high) / 2;
+        if (next == t || next == low || next == high)
+            break;
+        t = next;
+    }
+    return t;
+}
+
+/// Solves the curve between its turning points, where a root can neither be missed nor found twice
+/// however close to a touch it is.
+template <int degree>
+int crossingsOfCurve(const double* x, const double* y)
+{
+    int crossings = 0;
+    if (isDecidedByHull(x, y, degree, crossings))
+        return crossings;
+    double xeqn[degree + 1], yeqn[degree + 1];
+    fill(xeqn, x);
+    fill(yeqn, y);
+    double turns[4] = {};
+    const double turning[] = {yeqn[1], 2 * yeqn[2], degree == 3 ? 3 * yeqn[degree] : 0};
+    const int count = std::max(QuadCurve::solveQuadratic(turning, turns), 0);
+    std::sort(turns, turns + count);
+    turns[count] = 1;
+
+    double low = 0, atLow = y[0];
+    for (int i = 0; i <= count; ++i) {
+        const double high = turns[i];
+        if (!(high > low && high <= 1))
+            continue;
+        const double atHigh = high == 1 ? y[degree] : value<degree>(yeqn, high);
+        if ((atLow < 0) != (atHigh < 0)) {
+            const double t = atLow == 0    ? low
+                             : atHigh == 0 ? high
+                                           : rootBetween<degree>(yeqn, low, high, atLow < 0);
+            // What the curve does as it ends on the axis is for the next segment to go on from.
+            const bool isEnd = t <= 0 || t >= 1;
+            if (value<degree>(xeqn, t) >= 0 && (isEnd || slope<degree>(yeqn, t) != 0))
+                crossings += directionOf(atLow < 0);
+        }
+        low = high;
+        atLow = atHigh;
+    }
+    return crossings;
+}
+
+int crossingsOfCurve(const double* x, const double* y, int degree)
+{
+    constexpr double tolerance = 1.0000000116860974e-07;
+    constexpr double endRange = 1e-10;
+    int crossings = 0;
+    if (isDecidedByHull(x, y, degree, crossings))
+        return crossings;
+    double roots[256];
+    const int count = BezierCurve::solve(degree + 1, y, tolerance, roots);
+    for (int i = 0; i < count; ++i) {
+        const double t = roots[i];
+        double at, height, rise;
+        BezierCurve::evaluate(degree + 1, 1, x, t, &at);
+        BezierCurve::evaluate(degree + 1, 1, y, t, &height, &rise);
+        // At an end the sign there decides whether the curve comes from beyond the axis.
+        const bool isDown = rise < 0;
+        if (rise == 0 || at < 0 || (t <= endRange && (y[0] < 0) == isDown) ||
+            (t >= 1 - endRange && (y[degree] < 0) != isDown))
+            continue;
+        crossings += directionOf(!isDown);
+    }
+    return crossings;
+}
+
+/// Adds up the crossings of a walk's edges.
+class PointVisitor
+{
+public:
+    explicit PointVisitor(const Vector2f& p) : m_x(p.x), m_y(p.y) {}
+
+    int crossings() const { return m_crossings; }
+
+    bool lines(const float* from, const float* to, unsigned stride, unsigned count)
+    {
+        float x0 = from[0], y0 = from[1];
+        constexpr unsigned block = 16;
+        if (stride == 2) {
+            for (; count >= block; count -= block, to += 2 * block) {
+                // Blocks that stay on one side of the ray are passed over at once.
+                int below = 0;
+                for (unsigned i = 0; i < block; ++i)
+                    below += to[2 * i + 1] < m_y;
+                if (below != (y0 < m_y ? int(block) : 0))
+                    run(x0, y0, to, 2, block);
+                x0 = to[2 * block - 2];
+                y0 = to[2 * block - 1];
+            }
+        }
+        run(x0, y0, to, stride, count);
+        return false;
+    }
+
+    bool curve(const float* from, const float* points, unsigned stride, int degree)
+    {
+        // Curves beside the ray or left of the point are the most, and cost no copy.
+        const bool startsBelow = from[1] < m_y;
+        bool isOneSided = true, isLeft = from[0] <= m_x;
+        for (int i = 0; i < degree; ++i) {
+            const float* const p = points + std::size_t(unsigned(i)) * stride;
+            isOneSided = isOneSided && (p[1] < m_y) == startsBelow;
+            isLeft = isLeft && p[0] <= m_x;
+        }
+        if (isOneSided || isLeft)
+            return false;
+        double x[256], y[256];
+        x[0] = double(from[0]) - m_x;
+        y[0] = double(from[1]) - m_y;
+        for (int i = 1; i <= degree; ++i, points += stride) {
+            x[i] = double(points[0]) - m_x;
+            y[i] = double(points[1]) - m_y;
+        }
+        m_crossings += degree == QuadSegment    ? crossingsOfCurve<2>(x, y)
+                       : degree == CubicSegment ? crossingsOfCurve<3>(x, y)
+                                                : crossingsOfCurve(x, y, degree);
+        return false;
+    }
+
+private:
+    void run(float x0, float y0, const float* to, unsigned stride, unsigned count)
+    {
+        for (; count > 0; --count, to += stride) {
+            const float x1 = to[0], y1 = to[1];
+            if ((y0 < m_y) != (y1 < m_y))
+                m_crossings += crossingOfLine(double(x0) - m_x, double(y0) - m_y, double(x1) - m_x,
+                                              double(y1) - m_y);
+            x0 = x1;
+            y0 = y1;
+        }
+    }
+
+    const float m_x, m_y;
+    int m_crossings = 0;
+};
+
+template <int degree>
+int crossingsOfFloats(const float* x, const float* y)
+{
+    double dx[degree + 1], dy[degree + 1];
+    std::copy(x, x + degree + 1, dx);
+    std::copy(y, y + degree + 1, dy);
+    return crossingsOfCurve<degree>(dx, dy);
+}
+} // namespace
+
+int Curve::crossingsForLine(const float* x, const float* y)
+{
+    return (y[0] < 0) == (y[1] < 0) ? 0 : crossingOfLine(x[0], y[0], x[1], y[1]);
+}
+
+int Curve::crossingsForQuad(const float* x, const float* y)
+{
+    return crossingsOfFloats<2>(x, y);
+}
+
+int Curve::crossingsForCubic(const float* x, const float* y)
+{
+    return crossingsOfFloats<3>(x, y);
+}
+
+int Curve::crossingsForPath(const GeneralPath2f& path, const Vector2f& p)
+{
+    PointVisitor visitor(p);
+    return walkPath(PathView(path), visitor) == WalkEnd::Done ? visitor.crossings() : 0;
+}
+} // namespace geometry

@@ -1,0 +1,6 @@
+#include "geometry/zylvertexshape.h"
+
+namespace geometry
+{
+VertexShape::~VertexShape() = default;
+} // namespace geometry
