@@ -100,14 +100,15 @@ void VZylReader::setDevice(QIODevice* device)
     }
     if (m_source.device)
         m_sources.push_back(std::move(m_source));
-    m_windows.clear();
     attach(device);
 }
 
+/// Leaves the windows with their source.
 void VZylReader::storeWindow()
 {
     m_source.window = m_window;
-    m_source.windows = m_windows;
+    m_source.windows = std::move(m_windows);
+    m_windows.clear();
 }
 
 void VZylReader::attach(QIODevice* device)
@@ -136,6 +137,8 @@ void VZylReader::giveBack(Source& source)
     QIODevice* const device = source.device;
     if (!device || !window.isDevice || !device->isOpen())
         return;
+    if (!device->isSequential() && device->pos() != source.position)
+        return; // somebody has taken it elsewhere
     if (source.content) {
         source.position = window.at - window.begin;
         device->seek(source.position);
@@ -156,6 +159,7 @@ void VZylReader::sync()
     m_sources.clear();
     storeWindow();
     giveBack(m_source);
+    m_windows = std::move(m_source.windows);
     if (m_windows.empty() && !m_source.content)
         attach(m_source.device);
 }

@@ -271,7 +271,7 @@ private:
 
     bool enter(const char* key);
     void leave();
-    bool isNestedTooDeep(const QString& what);
+    bool isNestedTooDeep();
     const VMetaClass* findClass(const char* name, std::size_t size) const;
     ZYLObject* makeObject(const char* name, std::size_t size, const VMetaClass* base);
     int readObjects(VGList& list, const VMetaClass* base, Append append);
@@ -288,7 +288,8 @@ private:
     struct BinaryOutput;
     BinaryOutput* m_binaryOutput = nullptr; // while a binary list is written
     int m_depthLimit = 4096;
-    int m_depth = 0;
+    int m_depth = 0;  // of lists
+    int m_active = 0; // lists and objects under way
     bool m_tooDeep = false;
 };
 

@@ -29,7 +29,7 @@ private:
     int& m_depth;
 };
 
-/// Sends the stream's reading or writing to another device for a while.
+/// Sends a binary form to another device for a while.
 class DeviceScope
 {
 public:
@@ -37,17 +37,20 @@ public:
         : m_stream(stream), m_device(stream.io()->ioDevice()),
           m_dataDevice(stream.dataStream()->device())
     {
-        stream.setDevice(device);
+        switchTo(device, device);
     }
-    ~DeviceScope()
-    {
-        m_stream.setDevice(m_device);
-        m_stream.dataStream()->setDevice(m_dataDevice);
-    }
+    ~DeviceScope() { switchTo(m_device, m_dataDevice); }
     DeviceScope(const DeviceScope&) = delete;
     DeviceScope& operator=(const DeviceScope&) = delete;
 
 private:
+    // The stream's own cursor follows when it is needed, which in the binary form is never.
+    void switchTo(QIODevice* device, QIODevice* dataDevice)
+    {
+        m_stream.io()->setIODevice(device);
+        m_stream.dataStream()->setDevice(dataDevice);
+    }
+
     VZylStream& m_stream;
     QIODevice* m_device;
     QIODevice* m_dataDevice;
@@ -218,19 +221,22 @@ QCString VZylStream::prefix_detach(const QCString& className, const QStrList& pr
 
 // Text
 
-bool VZylStream::isNestedTooDeep(const QString& what)
+bool VZylStream::isNestedTooDeep()
 {
-    if (m_depth == 1)
+    if (m_active == 1)
         m_tooDeep = false;
     if (m_depth > m_depthLimit && !m_tooDeep) {
         m_tooDeep = true;
-        report(VFormatDiagnostics::TooDeep, what);
+        report(VFormatDiagnostics::TooDeep, QString());
     }
     return m_tooDeep;
 }
 
 int VZylStream::readObject(ZYLObject& object)
 {
+    const Nesting active(m_active);
+    if (isNestedTooDeep())
+        return -1;
     VZylBlock block(*this);
     const int result = block.read();
     if (!block.isEmpty())
@@ -240,9 +246,9 @@ int VZylStream::readObject(ZYLObject& object)
 
 int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append)
 {
-    const Nesting nesting(m_depth);
+    const Nesting nesting(m_depth), active(m_active);
     m_reader->prepare();
-    if (isNestedTooDeep(QString()) || !m_reader->take('{'))
+    if (isNestedTooDeep() || !m_reader->take('{'))
         return -1;
     list.clear();
     VZylReader::View name;
@@ -266,13 +272,17 @@ void VZylStream::writeObjects(const VGList& list, Next next, int flags)
 {
     if (!m_io)
         return;
-    const Nesting nesting(m_depth);
+    const Nesting nesting(m_depth), active(m_active);
     const VZylWriter::Scope scope(*m_writer);
     if (flags & Braces) {
         m_writer->put('{');
         m_writer->raiseIndent(1);
     }
-    const VLNode* node = isNestedTooDeep(QString()) ? nullptr : list.firstNode();
+    const VLNode* node = list.firstNode();
+    if (isNestedTooDeep()) {
+        m_writer->setFailed();
+        node = nullptr;
+    }
     while (const ZYLObject* object = next(node)) {
         m_writer->putLine();
         if (flags & Define)
@@ -310,9 +320,13 @@ void VZylStream::writeBinary(const VGList& list, Next next)
         output.write(*m_dataStream);
         return;
     }
-    const Nesting nesting(m_depth);
+    const Nesting nesting(m_depth), active(m_active);
     const BinaryOutput::Value values(*m_binaryOutput, sequenceTag);
-    const VLNode* node = isNestedTooDeep(QString()) ? nullptr : list.firstNode();
+    const VLNode* node = list.firstNode();
+    if (isNestedTooDeep()) {
+        m_writer->setFailed();
+        node = nullptr;
+    }
     while (const ZYLObject* object = next(node)) {
         const BinaryOutput::Value pair(*m_binaryOutput, sequenceTag);
         {
@@ -329,8 +343,8 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
 {
     if (!m_dataStream || !m_dataStream->device())
         return;
-    const Nesting nesting(m_depth);
-    if (isNestedTooDeep(QString()))
+    const Nesting nesting(m_depth), active(m_active);
+    if (isNestedTooDeep())
         return;
     quint8 tag = 0, first = 0;
     *m_dataStream >> tag >> first;

@@ -1,10 +1,12 @@
 #include "kernel/vzylwriter_p.h"
 
+#include "kernel/vformatdiagnostics.h"
 #include "kernel/vformatio.h"
 
 #include <qtextstream.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace
 {
@@ -56,6 +58,17 @@ void VZylWriter::put(std::string_view text)
         text.remove_prefix(piece);
     }
 }
+
+template <class T>
+void VZylWriter::checkFinite(const T* values, std::size_t n)
+{
+    VFormatDiagnostics* const sink = m_io ? m_io->diagnostics() : nullptr;
+    if (sink && !std::all_of(values, values + n, [](T value) { return std::isfinite(value); }))
+        sink->report(VFormatDiagnostics::LossyNumber, QString(), VFormatDiagnostics::Place());
+}
+
+template void VZylWriter::checkFinite(const float*, std::size_t);
+template void VZylWriter::checkFinite(const double*, std::size_t);
 
 void VZylWriter::putIndent()
 {

@@ -50,8 +50,9 @@ public:
     void setTextStream(QTextStream* stream) { m_textStream = stream; }
 
     void flush();
-    /// Whether the device has refused anything so far.
+    /// Whether the device has refused anything so far, or something had to be left out.
     bool hasFailed() const { return m_failed; }
+    void setFailed() { m_failed = true; }
 
     void put(char c)
     {
@@ -83,6 +84,9 @@ private:
     }
     void spill();
     bool isExact() const;
+    /// Tells the request's diagnostics, if there are any, of numbers that can't be read back.
+    template <class T>
+    void checkFinite(const T* values, std::size_t n);
 
     VFormatIO* m_io;
     QPointer<QIODevice> m_device;
@@ -104,6 +108,7 @@ void VZylWriter::putNumber(T value)
     } else if constexpr (std::is_integral_v<T>) {
         m_at = zyltext::writeInteger(to, value);
     } else {
+        checkFinite(&value, 1);
         m_at = isExact() ? zyltext::writeExact(to, value) : zyltext::writeReal(to, double(value));
     }
 }
@@ -112,6 +117,8 @@ template <class T>
 void VZylWriter::putNumbers(const T* values, std::size_t n)
 {
     const bool exact = isExact();
+    if constexpr (std::is_floating_point_v<T>)
+        checkFinite(values, n);
     for (std::size_t i = 0; i < n; ++i) {
         char* to = room(zyltext::longestNumber + 3);
         *to++ = ' ';

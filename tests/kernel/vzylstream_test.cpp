@@ -10,6 +10,7 @@
 #include <qtextstream.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace
@@ -243,6 +244,27 @@ TEST(ZylDevices, AreReturnedToWhereReadingWas)
     EXPECT_EQ(source.stream.getch(), -1);
 }
 
+TEST(ZylDevices, StayWhereSomebodyElseHasTakenThem)
+{
+    QByteArray text = "1 2 3 4";
+    QBuffer buffer(&text);
+    Trickle other(text, 2, false);
+    buffer.open(QIODevice::ReadOnly);
+    for (QIODevice* device : {static_cast<QIODevice*>(&buffer), static_cast<QIODevice*>(&other)}) {
+        StreamRequest io;
+        io.setIODevice(device);
+        {
+            VZylStream stream(&io);
+            int number = 0;
+            stream.read(number);
+            stream.sync();
+            EXPECT_EQ(device->pos(), 1);
+            device->seek(4);
+        }
+        EXPECT_EQ(device->pos(), 4);
+    }
+}
+
 TEST(ZylDevices, MayChangeOrDieUnderTheStream)
 {
     StreamRequest io;
@@ -403,7 +425,11 @@ struct StreamNode : ZYLObject {
     static ZYLObject* factory() { return new StreamNode; }
     const VMetaClass* metaObject() const override { return &metaClass; }
 
-    StreamNode() { children.setAutoDelete(true); }
+    StreamNode()
+    {
+        children.setAutoDelete(true);
+        others.setAutoDelete(true);
+    }
 
     VFormatIO& read(VFormatIO& io) override
     {
@@ -418,6 +444,7 @@ struct StreamNode : ZYLObject {
             return io;
         }
         stream->read("children", children);
+        stream->read("others", others);
         stream->read("number", number);
         stream->read("name", name);
         return io;
@@ -461,7 +488,7 @@ struct StreamNode : ZYLObject {
     int number = 0;
     int reads = 0;
     QString name;
-    VPtrList<StreamNode> children;
+    VPtrList<StreamNode> children, others;
 };
 const VMetaClass StreamNode::metaClass("GLT_Node", &StreamNode::factory, &ZYLObject::metaClass);
 
@@ -631,6 +658,18 @@ TEST(ZylDepth, IsLimited)
     EXPECT_EQ(depthOf(root), 3);
 }
 
+TEST(ZylDepth, FailsAWholeObjectThoughItsOtherListsAreShallow)
+{
+    TextSource source("number 1; children " + nested(10) +
+                      "; others { Node { number 2; } }; } number 3; }");
+    source.stream.prefixes().append("GLT_");
+    source.stream.setDepthLimit(9);
+    StreamNode root;
+    EXPECT_EQ(source.stream.readObject(root), -1);
+    EXPECT_EQ(source.stream.readObject(root), 1);
+    EXPECT_EQ(root.number, 3);
+}
+
 // Each of these took minutes if it were quadratic.
 TEST(ZylHostileText, TakesLinearTime)
 {
@@ -728,6 +767,20 @@ TEST(ZylDiagnostics, NameTextThatDoesNotComeBack)
         target.stream.write(QString::fromLatin1(lossy));
         EXPECT_EQ(std::count(reports.text.begin(), reports.text.end(), '\n'), ++count) << lossy;
     }
+}
+
+TEST(ZylDiagnostics, NameNumbersThatCanNotBeReadBack)
+{
+    TextTarget target;
+    Reports reports;
+    target.io.setDiagnostics(&reports);
+    const float numbers[] = {1, HUGE_VALF, 2};
+    target.stream.write(numbers, 1);
+    EXPECT_EQ(reports.text, "");
+    target.stream.write(numbers, 3);
+    target.stream.write(std::nan(""));
+    EXPECT_EQ(std::count(reports.text.begin(), reports.text.end(), '\n'), 2);
+    EXPECT_EQ(target.take(), "{ 1 }{ 1, inf, 2 }nan");
 }
 
 // Writing
@@ -972,6 +1025,7 @@ TEST(ZylBinary, HasTheSameLimitOfDepth)
     file.io.setDiagnostics(&reports);
     file.io << root.children;
     EXPECT_FALSE(reports.text.empty());
+    EXPECT_TRUE(file.stream.hasFailed());
     BinaryFile back(file.contents);
     StreamNode copy;
     back.io >> copy.children;
