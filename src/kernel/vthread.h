@@ -18,7 +18,7 @@
 class ZYL_EXPORT VThread
 {
 public:
-    static constexpr unsigned long forever = ULONG_MAX;
+    static constexpr unsigned long unlimited = ULONG_MAX;
 
     enum Priority {
         IdlePriority, // runs only when nothing else wants to
@@ -44,7 +44,7 @@ public:
 
     /// Waits until the thread has ended. False when `milliseconds` have passed first; true when it
     /// never started. Warns and returns false when the thread waits for itself.
-    bool wait(unsigned long milliseconds = forever);
+    bool wait(unsigned long milliseconds = unlimited);
 
     bool running() const;
 

@@ -146,7 +146,7 @@ bool VThread::wait(unsigned long milliseconds)
         const unsigned long left = millisecondsUntil(deadline);
         if (left == 0)
             return false;
-        m_state->changed.wait(&m_state->mutex, milliseconds == forever ? forever : left);
+        m_state->changed.wait(&m_state->mutex, milliseconds == unlimited ? unlimited : left);
     }
     m_state->join();
     return true;
@@ -196,7 +196,7 @@ VThread* VThread::currentThread()
 
 void VThread::sleep(unsigned long seconds)
 {
-    sleepFor({time_t(std::min(seconds, forever / 2)), 0});
+    sleepFor({time_t(std::min(seconds, unlimited / 2)), 0});
 }
 
 void VThread::msleep(unsigned long milliseconds)

@@ -14,7 +14,7 @@ class VMutex;
 class ZYL_EXPORT VWaitCondition
 {
 public:
-    static constexpr unsigned long forever = ULONG_MAX;
+    static constexpr unsigned long unlimited = ULONG_MAX;
 
     VWaitCondition();
     ~VWaitCondition();
@@ -24,7 +24,7 @@ public:
     /// Unlocks `mutex`, however often it is locked, waits, and locks it as before. False when
     /// `milliseconds` have passed. Warns and returns false when the calling thread does not hold
     /// the mutex.
-    bool wait(VMutex* mutex, unsigned long milliseconds = forever);
+    bool wait(VMutex* mutex, unsigned long milliseconds = unlimited);
 
     void wakeOne();
     void wakeAll();

@@ -28,7 +28,7 @@ bool VWaitCondition::wait(VMutex* mutex, unsigned long milliseconds)
     }
     const unsigned depth = mutex->leave();
     int error;
-    if (milliseconds == forever) {
+    if (milliseconds == unlimited) {
         error = pthread_cond_wait(&m_condition, &mutex->m_mutex);
     } else {
         const timespec deadline = deadlineIn(milliseconds, CLOCK_MONOTONIC);

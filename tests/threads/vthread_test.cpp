@@ -235,7 +235,7 @@ TEST(VSemaphore, CountsAndWaits)
         semaphore.release(2);
     });
     giver.start();
-    EXPECT_TRUE(semaphore.tryAcquire(4, VWaitCondition::forever));
+    EXPECT_TRUE(semaphore.tryAcquire(4, VWaitCondition::unlimited));
     EXPECT_EQ(semaphore.available(), 0);
 }
 
