@@ -192,7 +192,7 @@ void numbers(const char* name)
     const QByteArray text =
         written([&](VZylStream& s) { s.write(values.data(), unsigned(values.size())); });
     VMemArray<T> back;
-    bench::rate(std::string("stream.") + name + ".in 250 MB/s", 250e6, double(text.size()),
+    bench::rate(std::string("stream.") + name + ".in.250MB/s", 250e6, double(text.size()),
                 [&] { readArray(text, back); });
 }
 } // namespace
@@ -200,13 +200,13 @@ void numbers(const char* name)
 int main()
 {
     const QByteArray shapes = flat("BenchShape", 4000);
-    bench::rate("stream.flat 100 MB/s", 100e6, double(shapes.size()), [&] { readShapes(shapes); });
+    bench::rate("stream.flat.100MB/s", 100e6, double(shapes.size()), [&] { readShapes(shapes); });
     {
         QTemporaryDir folder;
         QFile file(folder.filePath(QStringLiteral("flat")));
         file.open(QIODevice::ReadWrite);
         file.write(shapes);
-        bench::rate("stream.flat.file 100 MB/s", 100e6, double(shapes.size()), [&] {
+        bench::rate("stream.flat.file.100MB/s", 100e6, double(shapes.size()), [&] {
             file.seek(0);
             Request io;
             io.setIODevice(&file);
@@ -218,7 +218,7 @@ int main()
         });
     }
     const QByteArray idle = flat("BenchIdle", 4000);
-    bench::rate("stream.unread 300 MB/s", 300e6, double(idle.size()), [&] {
+    bench::rate("stream.unread.300MB/s", 300e6, double(idle.size()), [&] {
         VPtrList<Idle> list;
         list.setAutoDelete(true);
         readList(idle, list);
@@ -233,7 +233,7 @@ int main()
     const std::vector<float> values = coordinates<float>(300000);
     const QByteArray points = written([&](VZylStream& s) { s.write(values.data(), 3, 100000); });
     geometry::Vector3fArray back;
-    bench::rate("stream.points.in 250 MB/s", 250e6, double(points.size()),
+    bench::rate("stream.points.in.250MB/s", 250e6, double(points.size()),
                 [&] { readArray(points, back); });
     std::vector<int> whole;
     for (int i = 0; i < 300000; ++i)
@@ -241,10 +241,10 @@ int main()
     const QByteArray indices =
         written([&](VZylStream& s) { s.write(whole.data(), unsigned(whole.size())); });
     VMemArray<int> ints;
-    bench::rate("stream.ints.in 250 MB/s", 250e6, double(indices.size()),
+    bench::rate("stream.ints.in.250MB/s", 250e6, double(indices.size()),
                 [&] { readArray(indices, ints); });
 
     // A mesh as scenes hold it: found by key, its block looked through first.
     const QByteArray mesh = "{ BenchShape { name \"mesh\"; vertices " + points + "; } }";
-    bench::rate("stream.mesh 200 MB/s", 200e6, double(mesh.size()), [&] { readShapes(mesh); });
+    bench::rate("stream.mesh.200MB/s", 200e6, double(mesh.size()), [&] { readShapes(mesh); });
 }
