@@ -206,8 +206,9 @@ void VVariant::ValueType::save(QDataStream&, const VDataValue&) const {}
 void VVariant::Value::clear()
 {
     if (!isPlain()) {
-        const bool container = withContainer(
-            type, [this](auto* kind) { delete static_cast<decltype(kind)>(pointer); });
+        const bool container = withContainer(type, [this](auto* kind) {
+            releaseHeap<std::remove_pointer_t<decltype(kind)>>(*this);
+        });
         if (!container)
             if (ValueType* typeObject = typeOf(type))
                 typeObject->clear(this);
@@ -226,12 +227,10 @@ void VVariant::Value::assign(const Value& other)
         copy = other;
     } else {
         const bool container = withContainer(other.type, [&](auto* kind) {
-            using Kind = std::remove_pointer_t<decltype(kind)>;
-            copy.pointer = new Kind(*static_cast<const Kind*>(other.pointer));
+            shareHeap<std::remove_pointer_t<decltype(kind)>>(other, copy);
         });
-        if (container)
-            copy.type = other.type;
-        else if (ValueType* typeObject = typeOf(other.type))
+        ValueType* typeObject = container ? nullptr : typeOf(other.type);
+        if (typeObject)
             typeObject->assign(other, copy);
     }
     clear();
@@ -332,19 +331,7 @@ double VVariant::toDouble(bool* ok) const
 
 bool VVariant::toBool() const
 {
-    switch (numberKind(m_value.type)) {
-    case NumberKind::SignedWord:
-    case NumberKind::UnsignedWord:
-        return m_value.word != 0;
-    case NumberKind::Real:
-        return m_value.real != 0.0;
-    case NumberKind::SignedWide:
-    case NumberKind::UnsignedWide:
-        return m_value.wide != 0;
-    case NumberKind::None:
-        break;
-    }
-    return false;
+    return readBool(m_value);
 }
 
 QCString VVariant::toCString() const
@@ -480,6 +467,9 @@ bool VVariant::convertTo(unsigned id)
 
 int VVariant::compare(const VVariant& other) const
 {
+    // Any number converts to any other.
+    if (isNumber(m_value.type) && isNumber(other.m_value.type))
+        return orderNumbers(m_value.type, other.m_value, m_value);
     if (!other.canConvertTo(m_value.type))
         return 1;
     if (ValueType* own = typeOf(m_value.type))
@@ -509,9 +499,7 @@ void VVariant::load(QDataStream& stream)
     Value value;
     const bool container = withContainer(id, [&](auto* kind) {
         using Kind = std::remove_pointer_t<decltype(kind)>;
-        Kind* items = new Kind;
-        value.pointer = items;
-        loadItems(stream, *items);
+        loadItems(stream, makeHeap<Kind>(value));
     });
     if (!container) {
         ValueType* typeObject = typeOf(id);

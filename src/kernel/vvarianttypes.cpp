@@ -27,11 +27,6 @@ unsigned idOf(const VDataType* type)
     return static_cast<const VVariant::ValueType*>(type)->id();
 }
 
-bool isNumber(unsigned id)
-{
-    return id >= VVariant::Bool && id <= VVariant::ULongLong;
-}
-
 /// What text converts to: the numbers but bool and the 64-bit ones.
 bool isTextNumber(unsigned id)
 {
@@ -105,6 +100,10 @@ public:
     void assign(const VDataValue& source, VDataValue& target) override
     {
         valueOf(target) = valueOf(source);
+    }
+    int compare(const VVariant& left, const VVariant& right) override
+    {
+        return orderNumbers(m_id, left.value(), right.value());
     }
 
     void load(QDataStream& stream, VDataValue& target) override
@@ -189,10 +188,6 @@ class VariantType_bool : public VariantType_Basic
 {
 public:
     VariantType_bool() : VariantType_Basic(VVariant::Bool, "bool", NumberKind::UnsignedWord) {}
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toBool(), right.toBool());
-    }
 };
 
 class VariantType_int : public VariantType_Basic
@@ -202,10 +197,6 @@ public:
                              NumberKind kind = NumberKind::SignedWord)
         : VariantType_Basic(id, name, kind)
     {
-    }
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toInt(), right.toInt());
     }
 };
 
@@ -231,10 +222,6 @@ public:
     bool canConvertTo(const VDataType* target) const override
     {
         return idOf(target) == VVariant::Color || VariantType_int::canConvertTo(target);
-    }
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toUInt(), right.toUInt());
     }
 };
 
@@ -270,10 +257,6 @@ public:
         : VariantType_Basic(id, name, NumberKind::Real)
     {
     }
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toDouble(), right.toDouble());
-    }
 };
 
 class VariantType_float : public VariantType_double
@@ -290,10 +273,6 @@ public:
         : VariantType_Basic(id, name, kind)
     {
     }
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toLongInt(), right.toLongInt());
-    }
 };
 
 class VariantType_ulong : public VariantType_long
@@ -301,10 +280,6 @@ class VariantType_ulong : public VariantType_long
 public:
     VariantType_ulong() : VariantType_long(VVariant::ULongLong, "ulong", NumberKind::UnsignedWide)
     {
-    }
-    int compare(const VVariant& left, const VVariant& right) override
-    {
-        return order(left.toULongInt(), right.toULongInt());
     }
 };
 
@@ -320,10 +295,10 @@ public:
     unsigned id() const override { return Id; }
     void assign(const VDataValue& source, VDataValue& target) override
     {
-        setHeap(valueOf(target), Id, held<T>(valueOf(source)));
+        shareHeap<T>(valueOf(source), valueOf(target));
     }
-    void clear(VDataValue* value) override { delete static_cast<T*>(valueOf(*value).pointer); }
-    void load(QDataStream&, VDataValue& value) override { valueOf(value).pointer = new T(); }
+    void clear(VDataValue* value) override { releaseHeap<T>(valueOf(*value)); }
+    void load(QDataStream&, VDataValue& value) override { makeHeap<T>(valueOf(value)); }
 
 protected:
     /// Puts `content` in place of what the value held.
@@ -346,9 +321,7 @@ public:
 
     void load(QDataStream& stream, VDataValue& value) override
     {
-        T* content = new T();
-        valueOf(value).pointer = content;
-        stream >> *content;
+        stream >> makeHeap<T>(valueOf(value));
     }
     void save(QDataStream& stream, const VDataValue& value) const override
     {
@@ -539,10 +512,7 @@ public:
     VariantType_Timestamp() : VariantType_Moment("VTimestamp") {}
 
     // A timestamp comes back from a stream with its id alone.
-    void load(QDataStream&, VDataValue& value) override
-    {
-        valueOf(value).pointer = new VTimestamp();
-    }
+    void load(QDataStream&, VDataValue& value) override { makeHeap<VTimestamp>(valueOf(value)); }
     void save(QDataStream&, const VDataValue&) const override {}
 };
 
@@ -609,6 +579,36 @@ struct BuiltInTypes {
         &dateTimeType, &timestampType, &colorType};
 };
 } // namespace
+
+int varianttypes::orderNumbers(unsigned id, const Value& left, const Value& right)
+{
+    // The common case: two numbers of this very type.
+    if (left.type == id && right.type == id) {
+        const NumberKind kind = numberKind(id);
+        if (kind == NumberKind::SignedWord)
+            return order(left.word, right.word);
+        if (kind == NumberKind::Real)
+            return order(left.real, right.real);
+    }
+    switch (id) {
+    case VVariant::Bool:
+        return order(readBool(left), readBool(right));
+    case VVariant::UChar:
+    case VVariant::UShort:
+    case VVariant::UInt:
+    case VVariant::ULong:
+        return order(readNumber<unsigned>(left, nullptr), readNumber<unsigned>(right, nullptr));
+    case VVariant::Float:
+    case VVariant::Double:
+        return order(readNumber<double>(left, nullptr), readNumber<double>(right, nullptr));
+    case VVariant::LongLong:
+        return order(readNumber<qint64>(left, nullptr), readNumber<qint64>(right, nullptr));
+    case VVariant::ULongLong:
+        return order(readNumber<quint64>(left, nullptr), readNumber<quint64>(right, nullptr));
+    default:
+        return order(readNumber<int>(left, nullptr), readNumber<int>(right, nullptr));
+    }
+}
 
 const VVariant::ValueType* varianttypes::builtInType(unsigned id)
 {

@@ -4,6 +4,7 @@
 #include "tools/vdatetime.h"
 #include "tools/vtimestamp.h"
 
+#include <atomic>
 #include <cmath>
 #include <limits>
 #include <type_traits>
@@ -42,11 +43,74 @@ inline NumberKind numberKind(unsigned type)
     }
 }
 
+/// What a value on the heap lies in. A variant never changes what it holds, so copies share one
+/// box; the count is atomic since a posted call may end on another thread than it came from.
+template <class T>
+struct Box : T {
+    Box() = default;
+    explicit Box(const T& content) : T(content) {}
+
+    std::atomic<int> references{1};
+};
+
+template <class T>
+Box<T>* boxOf(const Value& value)
+{
+    return static_cast<Box<T>*>(static_cast<T*>(value.pointer));
+}
+
 template <class T>
 void setHeap(Value& value, unsigned type, const T& content)
 {
-    value.pointer = new T(content);
+    value.pointer = static_cast<T*>(new Box<T>(content));
     value.type = type;
+}
+
+/// Gives the value an empty content of its own, to be read into.
+template <class T>
+T& makeHeap(Value& value)
+{
+    T* content = new Box<T>;
+    value.pointer = content;
+    return *content;
+}
+
+template <class T>
+void shareHeap(const Value& source, Value& target)
+{
+    boxOf<T>(source)->references.fetch_add(1, std::memory_order_relaxed);
+    target = source;
+}
+
+template <class T>
+void releaseHeap(const Value& value)
+{
+    Box<T>* box = boxOf<T>(value);
+    if (box->references.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        delete box;
+}
+
+inline bool isNumber(unsigned id)
+{
+    return id >= VVariant::Bool && id <= VVariant::ULongLong;
+}
+
+/// False for all but the numbers.
+inline bool readBool(const Value& value)
+{
+    switch (numberKind(value.type)) {
+    case NumberKind::SignedWord:
+    case NumberKind::UnsignedWord:
+        return value.word != 0;
+    case NumberKind::Real:
+        return value.real != 0.0;
+    case NumberKind::SignedWide:
+    case NumberKind::UnsignedWide:
+        return value.wide != 0;
+    case NumberKind::None:
+        break;
+    }
+    return false;
 }
 
 template <class T>
@@ -227,6 +291,9 @@ Moment readDate(const Value& value)
     }
     return result;
 }
+
+/// The order of two numbers read as the number type `id`: -1, 0 or 1.
+int orderNumbers(unsigned id, const Value& left, const Value& right);
 
 /// The built-in type object for an id, null for one without.
 const VVariant::ValueType* builtInType(unsigned id);
