@@ -142,6 +142,14 @@ struct Axis {
     }
 };
 
+/// A cubic curve can also turn twice and come into the box from a side that neither its ends nor
+/// the passes of the nearest edge tell of.
+template <std::size_t n>
+bool swingsInto(const Points<n>& points, const Box2f& box, const Axis<n>& x, const Axis<n>& y)
+{
+    return x.crossesEdges(y) || y.crossesEdges(x) || containsPoint(points, box.min);
+}
+
 template <std::size_t n>
 bool intersectsBox(const Points<n>& points, const Box2f& box)
 {
@@ -159,8 +167,11 @@ bool intersectsBox(const Points<n>& points, const Box2f& box)
         return true;
     if (y.first() == 0 && y.last() == 0 && xoverlap)
         return true;
-    if (!xoverlap || !yoverlap)
-        return (!yoverlap && y.bulgesInto(x)) || (!xoverlap && x.bulgesInto(y));
+    if (!xoverlap || !yoverlap) {
+        if ((!yoverlap && y.bulgesInto(x)) || (!xoverlap && x.bulgesInto(y)))
+            return true;
+        return n == 4 && swingsInto(points, box, x, y);
+    }
 
     // Where the chord enters and leaves the height of the box.
     const double dx = x.v[n - 1] - x.v[0], dy = y.v[n - 1] - y.v[0];
@@ -182,7 +193,7 @@ bool intersectsBox(const Points<n>& points, const Box2f& box)
     for (int i = 0; i + 1 <= count; i += 2)
         if (tags[i] * tags[i + 1] < 1)
             return true;
-    return false;
+    return n == 4 && swingsInto(points, box, x, y);
 }
 
 template <std::size_t n>

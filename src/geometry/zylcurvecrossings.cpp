@@ -163,21 +163,28 @@ public:
 
     bool lines(const float* from, const float* to, unsigned stride, unsigned count)
     {
-        float x0 = from[0], y0 = from[1];
-        constexpr unsigned block = 16;
-        if (stride == 2) {
-            for (; count >= block; count -= block, to += 2 * block) {
-                // Blocks that stay on one side of the ray are passed over at once.
-                int below = 0;
-                for (unsigned i = 0; i < block; ++i)
-                    below += to[2 * i + 1] < m_y;
-                if (below != (y0 < m_y ? int(block) : 0))
-                    run(x0, y0, to, 2, block);
-                x0 = to[2 * block - 2];
-                y0 = to[2 * block - 1];
+        // Which ends lie beyond the ray, as bits: most blocks have none where it changes, and the
+        // others only a few places to look at.
+        constexpr unsigned block = 32;
+        const float* previous = from;
+        for (unsigned n; count > 0; count -= n, to += std::size_t(n) * stride) {
+            n = std::min(count, block);
+            quint64 sides = previous[1] < m_y;
+            if (n == block && stride == 2)
+                sides |= quint64(sidesOfBlock(to)) << 1;
+            else
+                for (unsigned i = 0; i < n; ++i)
+                    sides |= quint64(to[std::size_t(i) * stride + 1] < m_y) << (i + 1);
+            quint64 changes = (sides ^ (sides >> 1)) & ((quint64(1) << n) - 1);
+            for (; changes != 0; changes &= changes - 1) {
+                const auto i = unsigned(__builtin_ctzll(changes));
+                const float* const a = i == 0 ? previous : to + std::size_t(i - 1) * stride;
+                const float* const b = to + std::size_t(i) * stride;
+                m_crossings += crossingOfLine(double(a[0]) - m_x, double(a[1]) - m_y,
+                                              double(b[0]) - m_x, double(b[1]) - m_y);
             }
+            previous = to + std::size_t(n - 1) * stride;
         }
-        run(x0, y0, to, stride, count);
         return false;
     }
 
@@ -207,16 +214,12 @@ public:
     }
 
 private:
-    void run(float x0, float y0, const float* to, unsigned stride, unsigned count)
+    quint32 sidesOfBlock(const float* points) const
     {
-        for (; count > 0; --count, to += stride) {
-            const float x1 = to[0], y1 = to[1];
-            if ((y0 < m_y) != (y1 < m_y))
-                m_crossings += crossingOfLine(double(x0) - m_x, double(y0) - m_y, double(x1) - m_x,
-                                              double(y1) - m_y);
-            x0 = x1;
-            y0 = y1;
-        }
+        quint32 sides = 0;
+        for (unsigned i = 0; i < 32; ++i)
+            sides |= quint32(points[2 * i + 1] < m_y) << i;
+        return sides;
     }
 
     const float m_x, m_y;

@@ -5,8 +5,10 @@
 #include "geometry/zylcurve.h"
 #include "geometry/zylpathwalk_p.h"
 #include "geometry/zylvectorarray.h"
+#include "security/asnvalue.h"
 #include "tools/vexception.h"
 
+#include <qdatastream.h>
 #include <qlogging.h>
 
 #include <algorithm>
@@ -17,6 +19,9 @@ namespace geometry
 {
 namespace
 {
+constexpr quint8 verticesTag = 0x70;
+constexpr quint8 typesTag = 0x04;
+
 const float* floats(const GeneralPath& path)
 {
     return reinterpret_cast<const float*>(path.vertices.data());
@@ -28,11 +33,20 @@ const V* pointsOf(const GVectorArray& vertices)
     return reinterpret_cast<const V*>(vertices.data());
 }
 
+/// Whether a path's types find their points.
+bool hasPoints(const VMemArray<char>& types, unsigned points)
+{
+    quint64 needed = 0;
+    for (const char byte : types)
+        needed += unsigned(GeneralPath::pointCount(GeneralPath::segmentType(uchar(byte))));
+    return needed <= points;
+}
+
 bool areFinite(const GVectorArray& vertices)
 {
     // The numbers whose exponent is all ones, by their bits: a loop without branches.
     constexpr quint32 exponent = 0x7f800000;
-    const unsigned count = vertices.GVector::size();
+    const unsigned count = vertices.VGArray::size() / 4;
     quint32 isAny = 0;
     for (unsigned i = 0; i < count; ++i) {
         quint32 bits;
@@ -42,12 +56,37 @@ bool areFinite(const GVectorArray& vertices)
     return isAny == 0;
 }
 
+/// Whether all points lie on one side of a box, where there is nothing to cross. Most boxes are
+/// known not to be beside after a few points.
+bool isBeside(const PathView& path, const Box2f& box, bool leftToo)
+{
+    if (path.segments == 0 || path.types[0] != MoveSegment)
+        return false; // such a path starts at zero as well
+    int left = leftToo, right = 1, above = 1, below = 1;
+    const float* p = path.coords;
+    for (unsigned i = 0; i < path.points && (left | right | above | below) != 0;) {
+        // In runs, since asking after each point takes longer than looking at it.
+        const unsigned end = i + std::min(path.points - i, i < 8 ? 4u : 64u);
+        for (; i < end; ++i, p += path.stride) {
+            left &= int(p[0] < box.min.x);
+            right &= int(p[0] > box.max.x);
+            above &= int(p[1] < box.min.y);
+            below &= int(p[1] > box.max.y);
+        }
+    }
+    return path.points > 0 && (left | right | above | below) != 0;
+}
+
 template <class C>
 WalkEnd collect(const GeneralPath& path, const Box2f& box, C& crossings)
 {
+    // Edges on the left cancel out by the even-odd rule; the non-zero rule keeps what it records.
+    const PathView view(path);
+    if (isBeside(view, box, std::is_same_v<C, EvenOdd>))
+        return WalkEnd::Done;
     CrossingsVisitor visitor(crossings, box);
     try {
-        return walkPath(PathView(path), visitor);
+        return walkPath(view, visitor);
     } catch (const QString&) {
         return WalkEnd::Stopped; // a curve that isn't made of numbers
     } catch (const VException&) {
@@ -434,5 +473,38 @@ int GeneralPathIterator::currentSegment(float* coords, unsigned int dimension) c
     for (unsigned i = 0; i < count; ++i, from += stored, coords += dimension)
         std::copy(from, from + copied, coords);
     return type;
+}
+
+QDataStream& operator<<(QDataStream& stream, const GeneralPath& path)
+{
+    stream << verticesTag << static_cast<const GVector&>(path.vertices) << typesTag;
+    asn::DerValue::encode(stream, math::MSBArray(path.types.data(), path.types.size()));
+    return stream;
+}
+
+QDataStream& operator>>(QDataStream& stream, GeneralPath& path)
+{
+    quint8 tag = 0;
+    GVector vertices;
+    math::MSBArray types;
+    stream >> tag;
+    if (tag == verticesTag) {
+        stream >> vertices >> tag;
+        if (tag == typesTag)
+            asn::DerValue::decode(stream, types);
+    }
+    if (stream.status() != QDataStream::Ok)
+        return stream;
+    const GVectorArray points = GVectorArray(vertices).toFloatArray();
+    VMemArray<char> bytes;
+    bytes.duplicate(types.data(), types.size());
+    if (tag != typesTag || points.dimension() < 2 ||
+        points.dimension() > GeneralPath::maxDimension || !hasPoints(bytes, points.size())) {
+        stream.setStatus(QDataStream::ReadCorruptData);
+        return stream;
+    }
+    path.vertices = points;
+    path.types = bytes;
+    return stream;
 }
 } // namespace geometry

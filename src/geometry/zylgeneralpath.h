@@ -84,6 +84,12 @@ private:
     void appendShape(const Shape& shape, bool connect, unsigned coordinates);
 };
 
+/// The path's vertices and types. Reading leaves the path as it was, with the stream's status at
+/// `ReadCorruptData`, unless the form holds a path of 2 to 4 coordinates with enough points for its
+/// types. Whole numbers and doubles become floats.
+ZYL_EXPORT QDataStream& operator<<(QDataStream& stream, const GeneralPath& path);
+ZYL_EXPORT QDataStream& operator>>(QDataStream& stream, GeneralPath& path);
+
 /// A path in the plane, with an inside by its winding rule. Open subpaths count as closed.
 class ZYL_EXPORT GeneralPath2f : public GeneralPath, public Shape2f
 {

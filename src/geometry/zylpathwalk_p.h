@@ -2,6 +2,7 @@
 
 #include "geometry/zylgeneralpath.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -15,23 +16,25 @@ struct PathView {
         if (path.vertices.type() != GVector::Float || path.vertices.dimension() < 2)
             return;
         coords = reinterpret_cast<const float*>(path.vertices.data());
-        points = path.vertices.size();
         stride = unsigned(path.vertices.dimension());
+        const unsigned numbers = path.vertices.VGArray::size() / sizeof(float);
+        points = stride == 2 ? numbers / 2 : numbers / stride; // a division takes as long as a line
         types = reinterpret_cast<const unsigned char*>(path.types.data());
         segments = path.types.size();
     }
 
-    /// How many segments from one on are lines.
+    /// How many segments from one on are lines, as far as is worth looking: most walks soon stop.
     unsigned lines(unsigned from) const
     {
+        const unsigned end = from + std::min(segments - from, 256u);
         unsigned i = from;
         constexpr std::uint64_t eightLines = 0x0101010101010101;
-        for (std::uint64_t eight; i + 8 <= segments; i += 8) {
+        for (std::uint64_t eight; i + 8 <= end; i += 8) {
             std::memcpy(&eight, types + i, 8);
             if (eight != eightLines)
                 break;
         }
-        while (i < segments && types[i] == LineSegment)
+        while (i < end && types[i] == LineSegment)
             ++i;
         return i - from;
     }
