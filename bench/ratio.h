@@ -41,8 +41,10 @@ inline double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-inline void print(const std::string& name, double value, double wanted)
+/// Names are one word in the lines, so that they split at blanks.
+inline void print(std::string name, double value, double wanted)
 {
+    std::replace(name.begin(), name.end(), ' ', '_');
     std::printf("RATIO %-44s %8.3f %6.2f\n", name.c_str(), value, wanted);
     std::fflush(stdout);
 }

@@ -27,7 +27,7 @@ function(zyl_fuzz reader)
     if(ZYL_LIBFUZZER)
         target_link_options(fuzz_${reader} PRIVATE -fsanitize=fuzzer)
     else()
-        target_sources(fuzz_${reader} PRIVATE replay.cpp)
+        target_link_libraries(fuzz_${reader} PRIVATE zyl_fuzz_replay)
     endif()
     if(ZYL_TESTS)
         add_test(NAME fuzz_${reader}
