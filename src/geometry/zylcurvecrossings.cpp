@@ -7,12 +7,18 @@
 #include <algorithm>
 #include <cmath>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace geometry
 {
 namespace
 {
 // All coordinates here are relative to the point and in double, in which differences of floats are
 // exact unless they are of very different size.
+
+constexpr double endRange = 1e-10; // what is no further from an end of a curve is the end
 
 int directionOf(bool startsBelow)
 {
@@ -118,8 +124,8 @@ int crossingsOfCurve(const double* x, const double* y)
             const double t = atLow == 0    ? low
                              : atHigh == 0 ? high
                                            : rootBetween<degree>(yeqn, low, high, atLow < 0);
-            // What the curve does as it ends on the axis is for the next segment to go on from.
-            const bool isEnd = t <= 0 || t >= 1;
+            // A curve that runs out level on the axis still comes from one of its sides.
+            const bool isEnd = t <= endRange || t >= 1 - endRange;
             if (value<degree>(xeqn, t) >= 0 && (isEnd || slope<degree>(yeqn, t) != 0))
                 crossings += directionOf(atLow < 0);
         }
@@ -132,7 +138,6 @@ int crossingsOfCurve(const double* x, const double* y)
 int crossingsOfCurve(const double* x, const double* y, int degree)
 {
     constexpr double tolerance = 1.0000000116860974e-07;
-    constexpr double endRange = 1e-10;
     int crossings = 0;
     if (isDecidedByHull(x, y, degree, crossings))
         return crossings;
@@ -171,7 +176,9 @@ public:
             n = std::min(count, block);
             quint64 sides = previous[1] < m_y;
             if (n == block && stride == 2)
-                sides |= quint64(sidesOfBlock(to)) << 1;
+                sides |= sidesOf(to, block) << 1;
+            else if (stride == 2)
+                sides |= sidesOf(to, n) << 1;
             else
                 for (unsigned i = 0; i < n; ++i)
                     sides |= quint64(to[std::size_t(i) * stride + 1] < m_y) << (i + 1);
@@ -214,10 +221,20 @@ public:
     }
 
 private:
-    quint32 sidesOfBlock(const float* points) const
+    quint64 sidesOf(const float* points, unsigned n) const
     {
         quint32 sides = 0;
-        for (unsigned i = 0; i < 32; ++i)
+        unsigned i = 0;
+#ifdef __SSE2__
+        const __m128 ray = _mm_set1_ps(m_y);
+        for (; i + 4 <= n; i += 4) {
+            const __m128 two = _mm_loadu_ps(points + 2 * i);
+            const __m128 nextTwo = _mm_loadu_ps(points + 2 * i + 4);
+            const __m128 heights = _mm_shuffle_ps(two, nextTwo, _MM_SHUFFLE(3, 1, 3, 1));
+            sides |= quint32(_mm_movemask_ps(_mm_cmplt_ps(heights, ray))) << i;
+        }
+#endif
+        for (; i < n; ++i)
             sides |= quint32(points[2 * i + 1] < m_y) << i;
         return sides;
     }
