@@ -332,8 +332,8 @@ void Curve::insertLine(CurveVector& curves, double x0, double y0, double x1, dou
 void Curve::insertQuad(CurveVector& curves, double x0, double y0, const double* coords)
 {
     double tmp[10];
-    pieces::ofPathQuad(tmp, x0, y0, coords, [&](const double* c, int direction) {
-        if (const Order2* piece = Order2::getInstance(c, direction))
+    pieces::ofPathQuad(tmp, x0, y0, coords, [&](const double* c, int dir) {
+        if (const Order2* piece = Order2::getInstance(c, dir))
             curves.add(piece);
         return false;
     });
@@ -342,8 +342,8 @@ void Curve::insertQuad(CurveVector& curves, double x0, double y0, const double* 
 void Curve::insertCubic(CurveVector& curves, double x0, double y0, const double* coords)
 {
     double tmp[23];
-    pieces::ofPathCubic(tmp, x0, y0, coords, [&](const double* c, int direction) {
-        Order3::addInstance(curves, c, direction);
+    pieces::ofPathCubic(tmp, x0, y0, coords, [&](const double* c, int dir) {
+        Order3::addInstance(curves, c, dir);
         return false;
     });
 }

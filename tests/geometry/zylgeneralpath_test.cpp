@@ -11,6 +11,7 @@
 #include <qiodevice.h>
 
 #include <memory>
+#include <sstream>
 
 using namespace geometry;
 
