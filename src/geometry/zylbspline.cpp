@@ -26,12 +26,28 @@ int lastNotAbove(int n, const S* knots, S t)
     return n > 0 && *base <= t ? int(base - knots) : int(base - knots) - 1;
 }
 
+/// The same for a place on the curve. Knots are mostly about as far apart as others, so that a look
+/// around where even ones would be spares the search.
+template <class S>
+int lastNotAbove(int order, int count, const S* knots, S t)
+{
+    const S low = knots[order - 1], high = knots[count];
+    const S guess = (t - low) / (high - low) * S(count - order + 1);
+    if (guess >= 0 && guess < S(count - order)) {
+        const int at = order - 1 + int(guess);
+        const int near = at + (knots[at + 1] <= t) - (t < knots[at]);
+        if (knots[near] <= t && t < knots[near + 1])
+            return near;
+    }
+    return lastNotAbove(count, knots, t);
+}
+
 /// The span whose points make the curve at `t`: the last one for the end, and never one of no width
 /// behind it.
 template <class S>
 int spanOf(int order, int count, const S* knots, S t)
 {
-    int span = std::max(lastNotAbove(count, knots, t), order - 1);
+    int span = std::max(lastNotAbove(order, count, knots, t), order - 1);
     while (span > order - 1 && knots[span] == knots[span + 1])
         --span;
     return span;
@@ -47,7 +63,7 @@ S held(int order, int count, const S* knots, S t)
 /// Goes on from the basis functions of degree - 1 to those of `degree`. Both end the row of
 /// `order`; `base` are the knots from the one of the row's first control point on.
 template <class S>
-inline void raise(int order, const S* base, S t, int degree, S* row)
+[[gnu::always_inline]] inline void raise(int order, const S* base, S t, int degree, S* row)
 {
     S carried = 0;
     for (int j = order - 1 - degree; j < order - 1; ++j) {
@@ -64,9 +80,27 @@ inline void raise(int order, const S* base, S t, int degree, S* row)
     row[order - 1] = carried;
 }
 
+/// The last such step, which also finds the first derivatives.
+template <class S>
+[[gnu::always_inline]] inline void raiseWithSlope(int order, const S* base, S t, S* row, S* slope)
+{
+    const S degree = S(order - 1);
+    S carried = 0, before = 0;
+    for (int j = 0; j < order - 1; ++j) {
+        const S left = base[j + 1], right = base[j + order], width = right - left;
+        const S q = width == 0 ? S(0) : row[j + 1] / width;
+        row[j] = (right - t) * q + carried;
+        carried = (t - left) * q;
+        slope[j] = degree * (before - q);
+        before = q;
+    }
+    row[order - 1] = carried;
+    slope[order - 1] = degree * before;
+}
+
 /// Goes on from derivatives of some number to those of one more, which are of one degree more.
 template <class S>
-inline void differentiate(int order, const S* base, int degree, S* row)
+[[gnu::always_inline]] inline void differentiate(int order, const S* base, int degree, S* row)
 {
     S next = 0;
     for (int j = order - 1; j >= order - degree; --j) {
@@ -80,14 +114,14 @@ inline void differentiate(int order, const S* base, int degree, S* row)
 
 /// Rows of basis functions and derivatives; those above order - 1 aren't written.
 template <class S>
-inline void basisRows(int order, const S* base, S t, int degree, S* rows)
+[[gnu::always_inline]] inline void basisRows(int order, const S* base, S t, int degree, S* rows)
 {
     rows[order - 1] = 1;
-    for (int d = 0; d < order; ++d) {
+    for (int d = 0; d < order - 1; ++d) {
         if (d > 0)
             raise(order, base, t, d, rows);
         const int derivative = order - 1 - d;
-        if (derivative > 0 && derivative <= degree) {
+        if (derivative > 1 && derivative <= degree) {
             S* const row = rows + std::ptrdiff_t(derivative) * order;
             for (int j = order - 1 - d; j < order; ++j)
                 row[j] = rows[j];
@@ -95,10 +129,15 @@ inline void basisRows(int order, const S* base, S t, int degree, S* rows)
                 differentiate(order, base, higher, row);
         }
     }
+    if (order > 1 && degree > 0)
+        raiseWithSlope(order, base, t, rows, rows + order);
+    else if (order > 1)
+        raise(order, base, t, order - 1, rows);
 }
 
 template <class S>
-inline void combine(int order, int dim, const S* row, const S* points, S* out)
+[[gnu::always_inline]] inline void combine(int order, int dim, const S* row, const S* points,
+                                           S* out)
 {
     for (int k = 0; k < dim; ++k) {
         S sum = 0;

@@ -2,6 +2,8 @@
 
 #include "geometry/zylnurbsstream_p.h"
 
+#include <algorithm>
+
 namespace geometry
 {
 namespace

@@ -69,6 +69,30 @@ TEST(BSpline, BasisFunctionsAndDerivativesOfAKnownVector)
     EXPECT_THAT(rows, testing::ElementsAre(0.125, 0.75, 0.125, -0.5, 0, 0.5, 1, -2, 1, 0, 0, 0));
 }
 
+TEST(BSpline, FindsTheSpanHoweverUnevenTheKnots)
+{
+    std::mt19937 random(3);
+    std::uniform_real_distribution<double> power(-6, 6);
+    std::bernoulli_distribution isSame(0.2);
+    for (int trial = 0; trial < 50; ++trial) {
+        std::vector<double> knots{0};
+        while (knots.size() < 40)
+            knots.push_back(knots.back() + (isSame(random) ? 0 : std::exp(power(random))));
+        constexpr int order = 3, count = 37;
+        std::uniform_real_distribution<double> place(knots[order - 1], knots[count]);
+        for (int i = 0; i < 80; ++i) {
+            const double t = i < count - order ? knots[order + i] : place(random);
+            int expected = order - 1;
+            for (int k = order; k < count; ++k)
+                if (knots[k] <= t && knots[k] < knots[count])
+                    expected = k;
+            double blend[count];
+            ASSERT_EQ(BSpline::blendData(order, count, knots.data(), t, blend), expected)
+                << "trial " << trial << " at " << t;
+        }
+    }
+}
+
 TEST(BSpline, BasisKeepsItsPlaceOutsideTheCurve)
 {
     const double knots[] = {0, 1, 2, 3, 4, 5, 6, 7};
