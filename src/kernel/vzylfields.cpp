@@ -1,0 +1,219 @@
+#include "kernel/vzylfields_p.h"
+
+#include "math/msbarray.h"
+#include "security/asnvalue.h"
+#include "security/derlength_p.h"
+
+#include <qiodevice.h>
+
+#include <cstring>
+
+namespace zylfields
+{
+namespace
+{
+using asn::DerValue;
+using math::MSBArray;
+
+template <class T>
+void putNumber(QDataStream& stream, quint8 tag, T value)
+{
+    uchar octets[2 + MSBArray::MaxEncoded];
+    const unsigned length = MSBArray::encode(value, octets + 2);
+    octets[0] = tag;
+    octets[1] = uchar(length);
+    stream.writeRawData(reinterpret_cast<const char*>(octets), int(2 + length));
+}
+
+void fail(QDataStream& stream)
+{
+    stream.setStatus(QDataStream::ReadCorruptData);
+}
+
+template <class T>
+void getNumber(QDataStream& stream, quint8 tag, T& value)
+{
+    uchar octets[2 + MSBArray::MaxEncoded];
+    char* const raw = reinterpret_cast<char*>(octets);
+    if (stream.readRawData(raw, 2) != 2 || octets[0] != tag || octets[1] > MSBArray::MaxEncoded ||
+        stream.readRawData(raw + 2, octets[1]) != octets[1]) {
+        fail(stream);
+        return;
+    }
+    T read = 0;
+    MSBArray::decode(octets + 2, octets[1], read);
+    value = read;
+}
+
+void putHeader(QDataStream& stream, quint8 tag, qsizetype length)
+{
+    uchar octets[1 + asn::derlength::maxSize];
+    octets[0] = tag;
+    const uchar* const end = asn::derlength::write(octets + 1, quint32(length));
+    stream.writeRawData(reinterpret_cast<const char*>(octets), int(end - octets));
+}
+
+void putText(QDataStream& stream, const char* text, qsizetype length)
+{
+    putHeader(stream, DerValue::PrintableString, length);
+    stream.writeRawData(text, int(length));
+}
+} // namespace
+
+void put(QDataStream& stream, int value)
+{
+    putNumber(stream, DerValue::Integer, value);
+}
+
+void put(QDataStream& stream, unsigned value)
+{
+    putNumber(stream, DerValue::Integer, value);
+}
+
+void put(QDataStream& stream, double value)
+{
+    putNumber(stream, DerValue::Real, value);
+}
+
+void put(QDataStream& stream, float value)
+{
+    putNumber(stream, DerValue::Real, value);
+}
+
+void put(QDataStream& stream, VColor color)
+{
+    put(stream, unsigned(color.pixel()));
+}
+
+void put(QDataStream& stream, const char* text)
+{
+    putText(stream, text, text ? qsizetype(std::strlen(text)) : 0);
+}
+
+void put(QDataStream& stream, const QCString& text)
+{
+    putText(stream, text.data(), qsizetype(text.length()));
+}
+
+void put(QDataStream& stream, const QString& text)
+{
+    const QByteArray bytes = text.toUtf8();
+    putText(stream, bytes.constData(), bytes.size());
+}
+
+void put(QDataStream& stream, const QStringList& list)
+{
+    QByteArray content;
+    QDataStream inner(&content, QIODevice::WriteOnly);
+    for (const QString& text : list)
+        put(inner, text);
+    putContent(stream, DerValue::Sequence, content);
+}
+
+void get(QDataStream& stream, int& value)
+{
+    getNumber(stream, DerValue::Integer, value);
+}
+
+void get(QDataStream& stream, unsigned& value)
+{
+    qint64 wide = value;
+    getNumber(stream, DerValue::Integer, wide);
+    value = unsigned(wide);
+}
+
+void get(QDataStream& stream, double& value)
+{
+    getNumber(stream, DerValue::Real, value);
+}
+
+void get(QDataStream& stream, float& value)
+{
+    getNumber(stream, DerValue::Real, value);
+}
+
+void get(QDataStream& stream, VColor& color)
+{
+    unsigned pixel = color.pixel();
+    get(stream, pixel);
+    color = VColor(pixel);
+}
+
+void get(QDataStream& stream, QCString& text)
+{
+    QByteArray content;
+    if (getContent(stream, DerValue::PrintableString, content))
+        text = QCString(content.constData());
+}
+
+void get(QDataStream& stream, QString& text)
+{
+    QByteArray content;
+    if (getContent(stream, DerValue::PrintableString, content))
+        text = QString::fromUtf8(content);
+}
+
+void get(QDataStream& stream, QStringList& list)
+{
+    QByteArray content;
+    if (!getContent(stream, DerValue::Sequence, content))
+        return;
+    QDataStream inner(content);
+    QStringList texts;
+    while (!inner.atEnd()) {
+        QString text;
+        get(inner, text);
+        if (inner.status() != QDataStream::Ok) {
+            fail(stream);
+            return;
+        }
+        texts.append(text);
+    }
+    list = texts;
+}
+
+bool getContent(QDataStream& stream, quint8 tag, QByteArray& content)
+{
+    quint8 found = 0, first = 0;
+    stream >> found >> first;
+    quint32 length = first;
+    if (first & 0x80) {
+        length = 0;
+        const int octets = first & 0x7F;
+        for (int i = 0; i < octets && octets < int(asn::derlength::maxSize); ++i) {
+            quint8 digit = 0;
+            stream >> digit;
+            length = length << 8 | digit;
+        }
+    }
+    const bool fits = stream.status() == QDataStream::Ok && found == tag && stream.device() &&
+                      qint64(length) <= stream.device()->bytesAvailable();
+    if (!fits) {
+        fail(stream);
+        return false;
+    }
+    content.resize(qsizetype(length));
+    stream.readRawData(content.data(), int(length));
+    return true;
+}
+
+void putContent(QDataStream& stream, quint8 tag, const QByteArray& content)
+{
+    putHeader(stream, tag, content.size());
+    stream.writeRawData(content.constData(), int(content.size()));
+}
+
+bool nextTag(QDataStream& stream, quint8& tag)
+{
+    char byte = 0;
+    if (stream.status() != QDataStream::Ok || !stream.device() || !stream.device()->getChar(&byte))
+        return false;
+    tag = quint8(byte);
+    return true;
+}
+
+void putBack(QDataStream& stream, quint8 tag)
+{
+    stream.device()->ungetChar(char(tag));
+}
+} // namespace zylfields

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "kernel/vzylstream.h"
+#include "kernel/vconnection.h"
+#include "opengl/vsceneio.h"
+
+class GL_Scene;
+
+/// Reads and writes a whole scene in the native format: a line that names the form, then statements
+/// and objects as text, or the scene's binary form.
+class ZYL_EXPORT VZylFile : public VZylStream
+{
+public:
+    explicit VZylFile(VSceneIO* io);
+
+    /// Continue at the device's position; the form is told by the first line, or when writing by
+    /// whether the device is open for text. Not negative on success. What was read before an error
+    /// stays in the scene.
+    int read();
+    int write();
+    using VZylStream::read;
+    using VZylStream::write;
+
+    int readText();
+    int writeText();
+
+    /// Makes the connection that the current dictionary tells. Warns about a target that can't be
+    /// found; other missing ends are passed over.
+    void read_connection(GL_Scene* scene);
+    /// A block for each connection of a signal. A null sender is the scene itself.
+    void write_connection(QTextStream& stream, const char* sender, const char* signal,
+                          VConnectionList* list);
+
+private:
+    GL_Scene* m_scene;
+};
+
+/// The native format, in one of its forms.
+class ZYL_EXPORT VZylHandler : public VSceneHandler
+{
+public:
+    using VSceneHandler::VSceneHandler;
+
+    void read(VSceneIO* io) override { defaultRead(io); }
+    void write(VSceneIO* io) override { defaultWrite(io); }
+
+    static void defaultRead(VSceneIO* io);
+    static void defaultWrite(VSceneIO* io);
+};
