@@ -250,7 +250,8 @@ public:
         AddColor = 1011,        ///< `Vector4f*`, added to the colour as four floats
         GetColor = 1012,        ///< `VColor*`, filled by the handler
         SetColor = 1013,        ///< `VColor*`
-        SetText = 1015          ///< `QString*`
+        SetText = 1015,         ///< `QString*`
+        SetCamera = 1020        ///< the camera to look through, as a `ZYLObject*`
     };
 
     VActionEvent(int code, void* value, int detail = -1) : VCustomEvent(code), m_detail(detail)
