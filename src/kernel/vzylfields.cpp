@@ -58,6 +58,35 @@ void putText(QDataStream& stream, const char* text, qsizetype length)
     putHeader(stream, DerValue::PrintableString, length);
     stream.writeRawData(text, int(length));
 }
+
+template <class Put>
+void putTexts(QDataStream& stream, Put put)
+{
+    QByteArray content;
+    QDataStream inner(&content, QIODevice::WriteOnly);
+    put(inner);
+    putContent(stream, DerValue::Sequence, content);
+}
+
+/// False, with the stream's status set, where anything but texts stands.
+template <class Text, class Append>
+bool getTexts(QDataStream& stream, Append append)
+{
+    QByteArray content;
+    if (!getContent(stream, DerValue::Sequence, content))
+        return false;
+    QDataStream inner(content);
+    while (!inner.atEnd()) {
+        Text text;
+        get(inner, text);
+        if (inner.status() != QDataStream::Ok) {
+            fail(stream);
+            return false;
+        }
+        append(text);
+    }
+    return true;
+}
 } // namespace
 
 void put(QDataStream& stream, int value)
@@ -103,11 +132,18 @@ void put(QDataStream& stream, const QString& text)
 
 void put(QDataStream& stream, const QStringList& list)
 {
-    QByteArray content;
-    QDataStream inner(&content, QIODevice::WriteOnly);
-    for (const QString& text : list)
-        put(inner, text);
-    putContent(stream, DerValue::Sequence, content);
+    putTexts(stream, [&list](QDataStream& inner) {
+        for (const QString& text : list)
+            put(inner, text);
+    });
+}
+
+void put(QDataStream& stream, const QStrList& list)
+{
+    putTexts(stream, [&list](QDataStream& inner) {
+        for (QStrListIterator it(list); const char* text = it.current(); ++it)
+            put(inner, text);
+    });
 }
 
 void get(QDataStream& stream, int& value)
@@ -155,21 +191,16 @@ void get(QDataStream& stream, QString& text)
 
 void get(QDataStream& stream, QStringList& list)
 {
-    QByteArray content;
-    if (!getContent(stream, DerValue::Sequence, content))
-        return;
-    QDataStream inner(content);
     QStringList texts;
-    while (!inner.atEnd()) {
-        QString text;
-        get(inner, text);
-        if (inner.status() != QDataStream::Ok) {
-            fail(stream);
-            return;
-        }
-        texts.append(text);
-    }
-    list = texts;
+    if (getTexts<QString>(stream, [&texts](const QString& text) { texts.append(text); }))
+        list = texts;
+}
+
+void get(QDataStream& stream, QStrList& list)
+{
+    QStrList texts;
+    if (getTexts<QCString>(stream, [&texts](const QCString& text) { texts.append(text.data()); }))
+        list = texts;
 }
 
 bool getContent(QDataStream& stream, quint8 tag, QByteArray& content)

@@ -74,6 +74,7 @@ void put(QDataStream& stream, const char* text);
 void put(QDataStream& stream, const QCString& text);
 void put(QDataStream& stream, const QString& text);
 void put(QDataStream& stream, const QStringList& list);
+void put(QDataStream& stream, const QStrList& list);
 template <class T>
 void put(QDataStream& stream, const T& value)
 {
@@ -89,6 +90,7 @@ void get(QDataStream& stream, VColor& color);
 void get(QDataStream& stream, QCString& text);
 void get(QDataStream& stream, QString& text);
 void get(QDataStream& stream, QStringList& list);
+void get(QDataStream& stream, QStrList& list);
 template <class T>
 void get(QDataStream& stream, T& value)
 {
@@ -120,6 +122,19 @@ inline void writeWord(VZylStream& stream, const char* key)
     stream.end();
 }
 
+/// Reads the value of a tag of the table; false, with nothing read, for any other tag.
+template <class C, class... F>
+bool take(QDataStream& data, quint8 tag, C& object, const std::tuple<F...>& fields)
+{
+    const auto one = [&](const auto& f) {
+        if (f.tag != tag)
+            return false;
+        get(data, object.*f.member);
+        return true;
+    };
+    return std::apply([&](const auto&... f) { return (one(f) || ...); }, fields);
+}
+
 /// Reads what the table tells and leaves the rest to the caller: with its dictionary, or with the
 /// first unknown tag still to come.
 template <class C, class... F>
@@ -135,13 +150,7 @@ VFormatIO& read(VFormatIO& io, C& object, const std::tuple<F...>& fields)
     }
     quint8 tag;
     while (nextTag(*data, tag)) {
-        const auto take = [&](const auto& f) {
-            if (f.tag != tag)
-                return false;
-            get(*data, object.*f.member);
-            return true;
-        };
-        if (!std::apply([&](const auto&... f) { return (take(f) || ...); }, fields)) {
+        if (!take(*data, tag, object, fields)) {
             putBack(*data, tag);
             break;
         }

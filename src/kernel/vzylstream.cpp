@@ -262,6 +262,21 @@ int VZylStream::read(QStringList& list)
     return m_reader->take('}') ? int(list.size()) : -1;
 }
 
+int VZylStream::read(QStrList& list)
+{
+    list.clear();
+    m_reader->prepare();
+    if (!m_reader->take('{'))
+        return -1;
+    QCString text;
+    while (read(text) > 0) {
+        list.append(text.data());
+        if (!m_reader->take(','))
+            break;
+    }
+    return m_reader->take('}') ? int(list.count()) : -1;
+}
+
 // Blocks
 
 VZylBlock::VZylBlock(VZylStream& stream) : m_stream(stream), m_outer(stream.m_dictionary)

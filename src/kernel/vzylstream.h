@@ -148,6 +148,8 @@ public:
     int read(QCString& text);
     /// Squeezes white space and leaves out empty strings.
     int read(QStringList& list);
+    /// Every string as it stands, for lists in which the place counts.
+    int read(QStrList& list);
     /// Of numbers, colours or vectors. On failure the array holds what could be read.
     template <class T>
     int read(VMemArray<T>& array);
@@ -212,6 +214,7 @@ public:
     void write(const char* text);
     void write(const QString& text);
     void write(const QStringList& list);
+    void write(const QStrList& list);
     /// Numbers in one line, colours and vectors one a line.
     template <class T>
     void write(const VMemArray<T>& array);
@@ -317,7 +320,8 @@ int VZylStream::read(const char* key, T& value)
     const Value text(*this, key);
     if (!text)
         return -1;
-    if constexpr (std::is_base_of_v<VGArray, T> || std::is_same_v<T, QStringList>) {
+    if constexpr (std::is_base_of_v<VGArray, T> || std::is_same_v<T, QStringList> ||
+                  std::is_same_v<T, QStrList>) {
         T fresh(value);
         const int result = read(fresh);
         if (result >= 0)

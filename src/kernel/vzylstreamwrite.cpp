@@ -377,12 +377,21 @@ void VZylStream::write(const QString& text)
 
 void VZylStream::write(const QStringList& list)
 {
+    QStrList texts;
+    for (const QString& text : list)
+        texts.append(text.toLocal8Bit().constData());
+    write(texts);
+}
+
+void VZylStream::write(const QStrList& list)
+{
     const VZylWriter::Scope scope(*m_writer);
     m_writer->put('{');
-    for (qsizetype i = 0; i < list.size(); ++i) {
+    unsigned left = list.count();
+    for (QStrListIterator it(list); const char* text = it.current(); ++it) {
         m_writer->put(' ');
-        write(list[i]);
-        m_writer->put(i + 1 < list.size() ? ',' : ' ');
+        write(text);
+        m_writer->put(--left ? ',' : ' ');
     }
     m_writer->put('}');
 }
