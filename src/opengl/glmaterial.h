@@ -6,6 +6,7 @@
 #include "tools/vptrvector.h"
 
 class GL_Material;
+class VZylStream;
 
 using GL_MaterialList = VPtrList<GL_Material>;
 using GL_MaterialVector = VPtrVector<GL_Material>;
@@ -74,7 +75,10 @@ public:
     bool shouldRender(GL_RenderEvent* event) const;
 
 private:
-    geometry::Vector4f* channel(int index);
+    struct Stored;
+
+    void readText(VZylStream& stream);
+    void writeText(VZylStream& stream) const;
 
     unsigned m_flags = 0;
     geometry::Vector4f m_ambient = defaultAmbient;

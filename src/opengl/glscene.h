@@ -1,6 +1,6 @@
 #pragma once
 
-#include "action/action.h"
+#include "action/actiondict.h"
 #include "kernel/vobject.h"
 #include "kernel/vobjectfinder.h"
 #include "opengl/glfont.h"

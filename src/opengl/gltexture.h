@@ -38,6 +38,9 @@ public:
     bool testFlags(unsigned mask) const { return m_flags & mask; }
     /// 0 while there is none.
     unsigned textureId() const { return m_textureId; }
+    /// The texture whose image shows: this one, or what a reference stands for in the end. Null for
+    /// a reference to nothing, and for references in a ring.
+    GL_Texture* source();
 
     VFormatIO& read(VFormatIO& io) override;
     VFormatIO& write(VFormatIO& io) const override;
@@ -55,6 +58,8 @@ protected:
     void deleteTexture();
 
 private:
+    struct Stored;
+
     unsigned m_flags = 0;
     unsigned m_textureId = 0;
 };
@@ -80,6 +85,8 @@ public:
     void draw(GL_RenderEvent* event) override;
 
 private:
+    struct Stored;
+
     geometry::Vector2f m_offset;
     geometry::Vector2f m_scale = geometry::Vector2f(1, 1);
     float m_rotate = 0;
@@ -104,6 +111,8 @@ public:
     void init(GL_Scene* scene) override;
 
 private:
+    struct Stored;
+
     VColor m_color1 = VColor(0xFFFFFFFFu);
     VColor m_color2 = VColor(0u);
 };
@@ -132,6 +141,11 @@ public:
     void init(GL_Scene* scene) override;
 
 private:
+    struct Stored;
+
+    /// The first of the places that has the file, else the name itself.
+    QString path() const;
+
     QString m_fileName;
     VColor m_transparency = VColor(0u);
     float m_amplitude = 0;
@@ -162,6 +176,8 @@ public:
     void draw(GL_RenderEvent* event) override;
 
 private:
+    struct Stored;
+
     QCString m_objectName;
     GL_Texture* m_object = nullptr; // owned by the scene
     geometry::Matrix4f m_transform;
