@@ -61,7 +61,10 @@ bool VGIFFormat::handlePart()
         expect(Part::ExtensionSize, 1);
         return true;
     case Part::ExtensionSize:
-        m_bytes[0] ? expect(Part::Extension, m_bytes[0]) : expect(Part::Introducer, 1);
+        if (m_bytes[0])
+            expect(Part::Extension, m_bytes[0]);
+        else
+            expect(Part::Introducer, 1);
         return true;
     case Part::Extension:
         handleExtension();
@@ -178,9 +181,8 @@ void VGIFFormat::handleFrame()
     m_walk.width = m_area.width();
     m_walk.height = m_area.width() > 0 ? m_area.height() : 0;
     m_walk.isInterlaced = m_bytes[8] & 0x40;
-    m_hasFrame = true;
+    m_visibleWidth = std::clamp(m_image->width() - m_area.x(), 0, m_area.width());
     m_frameDisposal = m_disposal;
-    m_drawn = 0;
     m_usesLocalColors = m_bytes[8] & 0x80;
     if (m_usesLocalColors)
         expect(Part::LocalColors, 3 * (2 << (m_bytes[8] & 7)));
@@ -197,32 +199,41 @@ void VGIFFormat::finishFrame()
     m_consumer->frameDone();
 }
 
-/// Undoes the frame that stands. Only pixels that were drawn are visited, so that a series of
-/// frames without data doesn't cost the whole screen for each.
+/// Undoes the frame that stands. Only rows that were drawn are visited, so that a series of frames
+/// without data doesn't cost the whole screen for each.
 void VGIFFormat::dispose()
 {
-    if (m_hasFrame && (m_frameDisposal == RestoreBackground || m_frameDisposal == RestoreImage)) {
-        Walk walk;
-        walk.width = m_walk.width;
-        walk.height = m_walk.height;
-        walk.isInterlaced = m_walk.isInterlaced;
-        std::size_t covered = 0;
-        for (qint64 i = 0; i < m_drawn; ++i, walk.next())
-            if (unsigned* pixel = pixelAt(walk))
-                *pixel = m_frameDisposal == RestoreImage ? m_covered[covered++] : 0;
-        if (m_drawn > 0)
-            m_dirty |= m_area & QRect(0, 0, m_image->width(), m_image->height());
+    if (m_drawn > 0 && (m_frameDisposal == RestoreBackground || m_frameDisposal == RestoreImage)) {
+        Walk walk = m_walk;
+        walk.x = walk.y = walk.pass = 0;
+        const unsigned* covered = m_covered.data();
+        for (; m_drawn > 0; m_drawn -= walk.width, walk.nextRow()) {
+            unsigned* row = rowAt(walk);
+            if (!row)
+                continue;
+            if (m_frameDisposal == RestoreImage) {
+                std::copy_n(covered, m_visibleWidth, row);
+                covered += m_visibleWidth;
+            } else {
+                std::fill_n(row, std::min<qint64>(m_visibleWidth, m_drawn), 0u);
+            }
+        }
+        m_dirty |= m_area & QRect(0, 0, m_image->width(), m_image->height());
     }
     m_covered.clear();
-    m_hasFrame = false;
+    m_drawn = 0;
 }
 
 void VGIFFormat::Walk::next()
 {
+    if (++x == width)
+        nextRow();
+}
+
+void VGIFFormat::Walk::nextRow()
+{
     static constexpr int starts[] = {0, 4, 2, 1};
     static constexpr int steps[] = {8, 8, 4, 2};
-    if (++x < width)
-        return;
     x = 0;
     if (!isInterlaced) {
         ++y;
@@ -233,31 +244,34 @@ void VGIFFormat::Walk::next()
         y = starts[++pass];
 }
 
-unsigned* VGIFFormat::pixelAt(const Walk& walk)
+/// The start of the frame's row on the screen, null for one that has no part there.
+unsigned* VGIFFormat::rowAt(const Walk& walk) const
 {
-    const int x = m_area.x() + walk.x;
     const int y = m_area.y() + walk.y;
-    return m_image->valid(x, y) ? reinterpret_cast<unsigned*>(m_image->jumpTable()[y]) + x
-                                : nullptr;
+    return m_visibleWidth > 0 && y < m_image->height()
+               ? reinterpret_cast<unsigned*>(m_image->jumpTable()[y]) + m_area.x()
+               : nullptr;
+}
+
+void VGIFFormat::enterRow()
+{
+    m_row = rowAt(m_walk);
+    if (m_row)
+        m_dirty |= QRect(m_area.x(), m_area.y() + m_walk.y, m_visibleWidth, 1);
 }
 
 void VGIFFormat::draw(unsigned char index)
 {
-    if (m_walk.isAtEnd()) {
-        m_isPastCodes = true;
-        return;
+    if (m_walk.x == 0) {
+        enterRow();
+        if (m_row && m_frameDisposal == RestoreImage)
+            m_covered.insert(m_covered.end(), m_row, m_row + m_visibleWidth);
     }
-    if (unsigned* pixel = pixelAt(m_walk)) {
-        if (m_frameDisposal == RestoreImage)
-            m_covered.push_back(*pixel);
-        if (index != m_transparent)
-            *pixel = (m_usesLocalColors ? m_localColors : m_globalColors)[index];
-        if (m_walk.x == 0 || m_dirty.isEmpty())
-            m_dirty |= QRect(m_area.x(), m_area.y() + m_walk.y, m_area.width(), 1) &
-                       QRect(0, 0, m_image->width(), m_image->height());
-    }
+    if (m_row && m_walk.x < m_visibleWidth && index != m_transparent)
+        m_row[m_walk.x] = (m_usesLocalColors ? m_localColors : m_globalColors)[index];
     ++m_drawn;
     m_walk.next();
+    m_isPastCodes = m_walk.isAtEnd();
 }
 
 bool VGIFFormat::startCodes()
@@ -284,6 +298,8 @@ void VGIFFormat::clearCodes()
 
 bool VGIFFormat::decodeCodes()
 {
+    if (!m_isPastCodes)
+        enterRow();
     for (int i = 0; i < m_count && !m_isPastCodes; ++i) {
         m_bits |= unsigned(m_bytes[std::size_t(i)]) << m_bitCount;
         m_bitCount += 8;
@@ -327,9 +343,10 @@ bool VGIFFormat::decodeCode(int code)
         m_prefix[std::size_t(m_nextCode)] = (unsigned short)m_oldCode;
         m_suffix[std::size_t(m_nextCode)] = m_firstByte;
         ++m_nextCode;
-        if (m_nextCode == 1 << m_codeSize && m_codeSize < 12)
-            ++m_codeSize;
     }
+    // With two colours and codes from 2 bits the first code is already followed by wider ones.
+    if (m_nextCode == 1 << m_codeSize && m_codeSize < 12)
+        ++m_codeSize;
     m_oldCode = code;
     while (depth > 0 && !m_isPastCodes)
         draw(m_stack[--depth]);

@@ -49,6 +49,7 @@ private:
 
         bool isAtEnd() const { return y >= height; }
         void next();
+        void nextRow();
     };
 
     void expect(Part part, int count);
@@ -65,7 +66,8 @@ private:
     void dispose();
     void finishFrame();
     void readColors(Colors& colors);
-    unsigned* pixelAt(const Walk& walk);
+    unsigned* rowAt(const Walk& walk) const;
+    void enterRow();
     void flushChanges();
 
     VImage* m_image = nullptr; // while a piece is decoded
@@ -91,10 +93,11 @@ private:
     QRect m_area;  // of the frame, which may reach out of the screen
     QRect m_dirty; // not yet told of
     Walk m_walk;
-    bool m_hasFrame = false;
-    int m_frameDisposal = 0; // of the frame that stands
+    unsigned* m_row = nullptr; // of the next pixel, while codes are decoded
+    int m_visibleWidth = 0;    // of the frame that stands
+    int m_frameDisposal = 0;
     qint64 m_drawn = 0;
-    std::vector<unsigned> m_covered; // what the frame's pixels replaced, in their order
+    std::vector<unsigned> m_covered; // what stood in the visible part of the rows drawn, in order
 
     int m_rootSize = 0;
     int m_codeSize = 0;

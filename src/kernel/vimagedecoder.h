@@ -47,7 +47,8 @@ public:
     VImageFormat& operator=(const VImageFormat&) = delete;
 
     /// Goes on from where the last piece ended and draws into `image`, always the same one. Returns
-    /// the number of bytes taken, which is all of them up to the end of the picture, or -1.
+    /// the number of bytes taken, which is all of them up to the end of the picture, or -1. Not
+    /// called again after either end.
     virtual int decode(VImage& image, VImageConsumer& consumer, const unsigned char* bytes,
                        int length) = 0;
 };

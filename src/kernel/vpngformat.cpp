@@ -7,6 +7,22 @@
 #include <climits>
 #include <cstring>
 
+namespace
+{
+constexpr std::size_t headLength = 8; // of a chunk: its length and its name
+
+/// How each frame after the first one starts.
+constexpr unsigned char frameHead[headLength] = {0, 0, 0, 13, 'I', 'H', 'D', 'R'};
+
+/// The codec gets compressed pixels in blocks of this size, counted from the chunk's start. How far
+/// it comes with data that ends or breaks depends on the blocks, which therefore must not depend on
+/// the pieces in which the data arrives.
+constexpr std::size_t blockLength = 256;
+
+/// Other chunks are kept until they are whole, if they aren't longer.
+constexpr std::size_t chunkLimit = std::size_t(4) << 20;
+} // namespace
+
 /// What the codec calls. It leaves by a jump, so nothing here may hold an object with a destructor.
 struct VPNGFormat::Callbacks {
     static VPNGFormat* format(png_structp png)
@@ -36,35 +52,24 @@ struct VPNGFormat::Callbacks {
         VPNGFormat* self = format(png);
         if (!pngsetup::setupImage(png, info, 0, self->m_frame))
             png_error(png, "Image too large");
-        // Rows may never come.
-        std::memset(self->m_frame.bits(), 0, std::size_t(self->m_frame.numBytes()));
-        if (self->m_frames == 0) {
-            *self->m_image = self->m_frame;
-            self->m_consumer->setSize(self->m_frame.width(), self->m_frame.height());
-        }
-        if (self->m_looping >= 0)
-            self->m_consumer->setLooping(self->m_looping);
-        if (self->m_period >= 0)
-            self->m_consumer->setFramePeriod(self->m_period);
-        self->m_looping = self->m_period = -1;
+        self->m_lastPass = png_get_interlace_type(png, info) == PNG_INTERLACE_ADAM7 ? 6 : 0;
+        self->m_hasHeader = true;
     }
 
-    static void readRow(png_structp png, png_bytep bytes, png_uint_32 row, int)
+    static void readRow(png_structp png, png_bytep bytes, png_uint_32 row, int pass)
     {
         VPNGFormat* self = format(png);
+        const int height = self->m_frame.height();
+        if (row >= png_uint_32(height))
+            return;
+        if (int(row) == height - 1 && pass == self->m_lastPass)
+            self->m_hasAllRows = true;
         // A pass of an interlaced picture may have nothing for a row.
-        if (!bytes || row >= png_uint_32(self->m_frame.height()))
+        if (!bytes)
             return;
         png_progressive_combine_row(png, self->m_frame.jumpTable()[row], bytes);
         if (self->m_frames == 0)
-            self->m_consumer->changed(QRect(0, int(row), self->m_frame.width(), 1));
-    }
-
-    static void readEnd(png_structp png, png_infop)
-    {
-        VPNGFormat* self = format(png);
-        self->m_isWhole = true;
-        self->m_unread = int(png_process_data_pause(png, 0));
+            self->m_dirty |= QRect(0, int(row), self->m_frame.width(), 1);
     }
 };
 
@@ -85,46 +90,131 @@ int VPNGFormat::decode(VImage& image, VImageConsumer& consumer, const unsigned c
 {
     m_image = &image;
     m_consumer = &consumer;
-    for (int taken = 0; taken < length;) {
-        if ((!m_png && !start()) || !process(bytes + taken, length - taken))
+    const unsigned char *at = bytes, *const end = bytes + length;
+    while (at != end) {
+        std::size_t count = 1;
+        if (m_part != Part::NextFrame)
+            count = std::min(std::size_t(end - at), m_expected - m_block.size());
+        else if (*at != frameHead[m_block.size()])
+            break;
+        m_block.insert(m_block.end(), at, at + count);
+        at += count;
+        if (m_block.size() == m_expected && !handlePart()) {
+            flushChanges();
             return -1;
-        taken = length - m_unread;
-        if (m_isWhole && !finishFrame())
-            return -1;
+        }
     }
-    return length;
+    flushChanges();
+    return int(at - bytes);
+}
+
+void VPNGFormat::expect(Part part, std::size_t count)
+{
+    m_part = part;
+    m_expected = count;
+    m_block.clear();
+}
+
+bool VPNGFormat::handlePart()
+{
+    if ((m_part == Part::Signature || m_part == Part::NextFrame) && !start())
+        return false;
+    if (m_part == Part::Signature) {
+        expect(Part::ChunkHead, headLength);
+        return true;
+    }
+    if (m_part != Part::Chunk && !handleChunkHead())
+        return false;
+    if (!m_isSkipped && !process(m_block.data(), m_block.size()))
+        return false;
+    if (m_part == Part::Chunk)
+        m_left -= m_block.size();
+    if (m_hasHeader)
+        tellHeader();
+    if (m_left > 0) {
+        // The codec copies what it has of any other chunk each time that it gets more.
+        const bool isCut = m_isPixels || m_isSkipped;
+        expect(Part::Chunk, isCut ? std::min(m_left, blockLength) : m_left);
+        return true;
+    }
+    expect(m_isLastChunk ? Part::NextFrame : Part::ChunkHead, headLength);
+    return !m_isLastChunk || finishFrame();
+}
+
+bool VPNGFormat::handleChunkHead()
+{
+    const auto isNamed = [this](const char* name) {
+        return std::memcmp(&m_block[4], name, 4) == 0;
+    };
+    const std::size_t length = std::size_t(m_block[0]) << 24 | std::size_t(m_block[1]) << 16 |
+                               std::size_t(m_block[2]) << 8 | m_block[3];
+    m_left = length + 4;
+    m_isPixels = isNamed("IDAT");
+    m_isLastChunk = isNamed("IEND");
+    // A chunk whose name starts with a small letter may be missed.
+    m_isSkipped = !m_isPixels && length > chunkLimit && (m_block[4] & 0x20);
+    return length <= PNG_UINT_31_MAX && (m_isPixels || m_isSkipped || length <= chunkLimit);
 }
 
 bool VPNGFormat::start()
 {
-    m_isWhole = false;
+    m_hasAllRows = false;
     m_disposal = 0;
     m_png = pngsetup::createReader();
     if (m_png)
         m_info = png_create_info_struct(m_png);
-    return m_info != nullptr;
+    if (!m_info)
+        return false;
+    png_set_read_user_chunk_fn(m_png, this, &Callbacks::readChunk);
+    png_set_progressive_read_fn(m_png, this, &Callbacks::readInfo, &Callbacks::readRow, nullptr);
+    // Unlike the other reader, the progressive one can't be told that there is no signature.
+    constexpr unsigned char signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    return process(signature, sizeof signature);
 }
 
-bool VPNGFormat::process(const unsigned char* bytes, int length)
+bool VPNGFormat::process(const unsigned char* bytes, std::size_t length)
 {
-    m_unread = 0;
     if (setjmp(png_jmpbuf(m_png)))
         return false;
-    if (!png_get_progressive_ptr(m_png)) {
-        png_set_read_user_chunk_fn(m_png, this, &Callbacks::readChunk);
-        png_set_progressive_read_fn(m_png, this, &Callbacks::readInfo, &Callbacks::readRow,
-                                    &Callbacks::readEnd);
-        // The progressive reader can't be told, as the other one can, that the signature was read.
-        png_byte signature[] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-        if (m_frames > 0)
-            png_process_data(m_png, m_info, signature, sizeof signature);
-    }
-    png_process_data(m_png, m_info, const_cast<png_bytep>(bytes), std::size_t(length));
+    png_process_data(m_png, m_info, const_cast<png_bytep>(bytes), length);
     return true;
+}
+
+void VPNGFormat::tellHeader()
+{
+    m_hasHeader = false;
+    if (m_frames == 0) {
+        // Its rows are seen as they come, and may never come.
+        std::memset(m_frame.bits(), 0, std::size_t(m_frame.numBytes()));
+        *m_image = m_frame;
+        m_consumer->setSize(m_frame.width(), m_frame.height());
+    }
+    tellTimes();
+}
+
+void VPNGFormat::tellTimes()
+{
+    if (m_looping >= 0)
+        m_consumer->setLooping(m_looping);
+    if (m_period >= 0)
+        m_consumer->setFramePeriod(m_period);
+    m_looping = m_period = -1;
+}
+
+void VPNGFormat::flushChanges()
+{
+    if (!m_dirty.isEmpty())
+        m_consumer->changed(m_dirty);
+    m_dirty = QRect();
 }
 
 bool VPNGFormat::finishFrame()
 {
+    // The codec only warns of pixels that it can't decompress.
+    if (!m_hasAllRows)
+        return false;
+    flushChanges();
+    tellTimes();
     pngsetup::finishImage(m_png, m_info, m_frame);
     release();
     if (!placeFrame())
@@ -138,16 +228,18 @@ bool VPNGFormat::finishFrame()
 /// Undoes the frame that stands.
 void VPNGFormat::dispose()
 {
-    const bool toImage = m_lastDisposal == VPNGImageWriter::RestoreImage;
-    if (!toImage && m_lastDisposal != VPNGImageWriter::RestoreBackground)
+    const bool toImage = m_lastDisposal == VPNGImageWriter::RestoreImage && !m_covered.isNull();
+    if (m_area.isEmpty() || (m_lastDisposal != VPNGImageWriter::RestoreBackground &&
+                             m_lastDisposal != VPNGImageWriter::RestoreImage))
         return;
+    // Nothing stands before the first frame, so that it gives way to the background either way.
     if (!toImage)
         m_image->setAlphaBuffer(true);
     const std::size_t count = std::size_t(m_area.width()) * sizeof(quint32);
     for (int y = 0; y < m_area.height(); ++y) {
         unsigned char* line =
             m_image->jumpTable()[m_area.y() + y] + std::size_t(m_area.x()) * sizeof(quint32);
-        if (toImage && !m_covered.isNull())
+        if (toImage)
             std::memcpy(line, m_covered.jumpTable()[y], count);
         else
             std::memset(line, 0, count);
@@ -161,8 +253,6 @@ bool VPNGFormat::placeFrame()
     if (m_frames == 0) {
         m_origin = offset;
         m_area = QRect(0, 0, m_frame.width(), m_frame.height());
-        // Nothing stands before the first frame.
-        m_covered = VImage();
         m_consumer->frameDone(QPoint(), m_area);
         m_consumer->end();
         return true;

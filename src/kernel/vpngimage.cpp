@@ -60,7 +60,14 @@ void setWords(png_structp png, bool withFiller)
 
 png_structp pngsetup::createReader()
 {
-    return png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning);
+    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, onError, onWarning);
+    if (png) {
+        // Texts are stored compressed: a small file could fill gigabytes with the codec's own
+        // limits.
+        png_set_chunk_malloc_max(png, 4 << 20);
+        png_set_chunk_cache_max(png, 128);
+    }
+    return png;
 }
 
 bool pngsetup::setupImage(png_structp png, png_infop info, float screenGamma, VImage& image)
