@@ -73,7 +73,8 @@ template void VZylWriter::checkFinite(const double*, std::size_t);
 void VZylWriter::putIndent()
 {
     const std::size_t width = m_io ? std::size_t(m_io->indentWidth()) : 0;
-    std::memset(room(width), ' ', width);
+    // There is no buffer to point into before the first byte.
+    std::memset(room(std::max<std::size_t>(width, 1)), ' ', width);
     m_at += width;
 }
 
