@@ -1,7 +1,15 @@
 #include "action/actionfactory.h"
 
 #include "action/actionfields_p.h"
+#include "action/calculator.h"
+#include "action/coloractions.h"
 #include "action/complexaction.h"
+#include "action/keyframe.h"
+#include "action/motionpath.h"
+#include "action/nodeinput.h"
+#include "action/textactions.h"
+#include "action/transformactions.h"
+#include "action/valuetracker.h"
 #include "kernel/vglobal.h"
 #include "toolkit/qasciidict.h"
 
@@ -21,7 +29,13 @@ Action* make()
 }
 
 constexpr Entry entries[] = {
-    {"ComplexAction", &make<ComplexAction>},
+    {"Calculator", &make<Calculator>},       {"ColorAction", &make<ColorAction>},
+    {"ComplexAction", &make<ComplexAction>}, {"ElapsedTime", &make<ElapsedTime>},
+    {"Keyframe", &make<Keyframe>},           {"MotionPath", &make<MotionPath>},
+    {"MoveAction", &make<MoveAction>},       {"NodeInput", &make<NodeInput>},
+    {"RotateAction", &make<RotateAction>},   {"ScaleAction", &make<ScaleAction>},
+    {"SelectColor", &make<SelectColor>},     {"TextAction", &make<TextAction>},
+    {"ValueTracker", &make<ValueTracker>},
 };
 
 using Table = QAsciiDict<ActionFactory::Maker>;

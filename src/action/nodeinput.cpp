@@ -1,0 +1,98 @@
+#include "action/nodeinput.h"
+
+#include "action/actionfields_p.h"
+#include "action/evaluation_p.h"
+#include "kernel/vdeclare.h"
+#include "kernel/vevent.h"
+
+namespace action
+{
+struct NodeInput::Meta {
+    static constexpr auto changed = declare::overload<int, double>(&NodeInput::valueChanged);
+    static constexpr declare::Signals signalTable{
+        declare::signal<changed>("valueChanged(int,double)"),
+        declare::signal<&NodeInput::stateChanged>("stateChanged(int,double)")};
+    static constexpr auto fieldTable =
+        fields::table(fields::field("inputs", 0x80, &NodeInput::m_inputs));
+};
+VMetaObject* NodeInput::metaObj = nullptr;
+
+VMetaObject* NodeInput::staticMetaObject()
+{
+    if (!metaObj)
+        metaObj =
+            declare::metaObject("action::NodeInput", Action::staticMetaObject(), Meta::signalTable);
+    return metaObj;
+}
+
+VMetaObject* NodeInput::metaObject() const
+{
+    return staticMetaObject();
+}
+
+bool NodeInput::signal_emit(int id, VUObject* o)
+{
+    return Meta::signalTable.invoke(this, id, o) || Action::signal_emit(id, o);
+}
+
+void NodeInput::valueChanged(int input, double value)
+{
+    Meta::signalTable.send<Meta::changed>(this, input, value);
+}
+
+void NodeInput::stateChanged(int input, double state)
+{
+    Meta::signalTable.send<&NodeInput::stateChanged>(this, input, state);
+}
+
+void NodeInput::setInputs(const geometry::Vector2iArray& inputs)
+{
+    m_inputs = geometry::Vector2iArray(inputs.copy());
+}
+
+int NodeInput::indexOf(const geometry::Vector2i& address) const
+{
+    const auto* const found = std::find(m_inputs.begin(), m_inputs.end(), address);
+    return found == m_inputs.end() ? -1 : int(found - m_inputs.begin());
+}
+
+template <auto Signal>
+bool NodeInput::emitValue(int input, double value)
+{
+    const int row = decltype(Meta::signalTable)::rowOf<Signal>();
+    const VConnectionList* const list = receivers(staticMetaObject()->signalOffset() + row);
+    const Evaluation evaluation(*this);
+    if (!list || list->isEmpty() || !evaluation)
+        return false;
+    Meta::signalTable.send<Signal>(this, input, value);
+    return true;
+}
+
+bool NodeInput::evaluate(int input, double value)
+{
+    return emitValue<Meta::changed>(input, value);
+}
+
+bool NodeInput::evaluate(int input, int state)
+{
+    return emitValue<&NodeInput::stateChanged>(input, state);
+}
+
+bool NodeInput::evaluate(int input, const QString& text)
+{
+    QString value = text;
+    return send(input, VActionEvent::SetText, &value);
+}
+
+VFormatIO& NodeInput::read(VFormatIO& io)
+{
+    Action::read(io);
+    return fields::read(io, *this, Meta::fieldTable);
+}
+
+VFormatIO& NodeInput::write(VFormatIO& io) const
+{
+    Action::write(io);
+    return fields::write(io, *this, Meta::fieldTable);
+}
+} // namespace action
