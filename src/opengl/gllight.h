@@ -46,6 +46,7 @@ public:
     unsigned number() const { return m_number; }
     void setNumber(unsigned number) { m_number = number; }
 
+    /// Takes matrices as if the light stood in its own space at the origin, shining along -z.
     bool event(VEvent* event) override;
     VFormatIO& read(VFormatIO& io) override;
     VFormatIO& write(VFormatIO& io) const override;
@@ -61,9 +62,20 @@ public:
     void drawShape(GL_RenderEvent* event);
 
 private:
-    void drawOutline() const;
-    void sendColors() const;
-    void sendPosition() const;
+    struct Stored;
+
+    /// What GL keeps of a light, apart from where it is.
+    struct Values {
+        VColor colors[3]; // ambient, diffuse, specular
+        float numbers[5]; // spot exponent and cutoff, the attenuations
+
+        bool operator==(const Values& other) const;
+    };
+
+    Values values() const;
+    void send(const Values& values);
+    void place() const;
+    void drawOutline(GL_RenderEvent* event) const;
 
     VColor m_ambient = VColor(0xFF000000u);
     VColor m_specular = VColor(0xFFFFFFFFu);
@@ -75,4 +87,6 @@ private:
     float m_linearAttenuation = 0;
     float m_quadraticAttenuation = 0;
     unsigned m_number = 0;
+    Values m_sent = {};
+    bool m_isSent = false;
 };
