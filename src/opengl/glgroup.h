@@ -32,8 +32,15 @@ public:
               const geometry::Vector2i& to) override;
 
 private:
+    friend class GL_Joint;
+    friend class GL_Object;
+
+    explicit GL_Group(Kind kind);
+
+    bool offerToChildren(VEvent* event);
+    void measureChildren(geometry::Vector3f& center, float& radius) const;
+
     GL_ObjectList m_children;
-    // What the bounds were computed from, and when.
 };
 
 /// A group that turns and moves its children, and can show itself as a skeleton: a marker of three
@@ -45,7 +52,7 @@ public:
     static ZYLObject* factory();
     const VMetaClass* metaObject() const override;
 
-    GL_Joint() = default;
+    GL_Joint();
 
     const geometry::Matrix4f& transform() const { return m_transform; }
     void setTransform(const geometry::Matrix4f& transform);
@@ -68,6 +75,12 @@ public:
     void drawShape(GL_RenderEvent* event, bool current);
 
 private:
+    friend class GL_Object;
+
+    void drawMarker() const;
+    void drawBone(const GL_Joint& child) const;
+    void measureJoint() const;
+
     geometry::Matrix4f m_transform;
     float m_size = 0.5f;
 };

@@ -14,7 +14,7 @@ class ZYL_EXPORT GL_ObjectList : public VPtrList<GL_Object>
 public:
     GL_ObjectList() = default;
     GL_ObjectList(const GL_ObjectList& other);
-    GL_ObjectList& operator=(const GL_ObjectList& other) = default;
+    GL_ObjectList& operator=(const GL_ObjectList& other);
     ~GL_ObjectList() override;
 
     /// Null for a null or empty name.
@@ -23,15 +23,20 @@ public:
     /// a path that is empty or ends in one leads nowhere.
     GL_Object* findPath(const char* path) const;
 
-    /// Differs after each change of the list that goes through `newItem` or `deleteItem`.
-    unsigned revision() const { return m_revision; }
+    /// Draws the nodes that take part in the event's pass and can be seen.
+    void draw(GL_RenderEvent* event) const;
+    /// Calls `hit` of the nodes that can be hit, each under its name: `first` and up, in the place
+    /// of the name that stands.
+    void hit(GL_RenderEvent* event, unsigned first) const;
 
 protected:
     Item newItem(Item item) override;
     void deleteItem(Item item) override;
 
 private:
-    unsigned m_revision = 0;
+    friend class GL_Group;
+
+    GL_Group* m_group = nullptr; // whose children these are; not copied
 };
 
 /// A node: something placed in a scene, that draws itself, answers a pick and tells its bounds.
@@ -105,23 +110,49 @@ public:
     void boundsChanged();
 
 protected:
-    /// What is known of the node's extent, so that drawing and picking can pass over it. A class
-    /// that calls `boundsChanged` whenever its bounds change may set `Stale` in its constructor;
-    /// others are drawn always.
-    enum Extent : quint8 { Unknown, Stale, Sphere };
+    /// What is known of the node's extent, so that drawing and picking can pass over it.
+    ///
+    /// A class that draws and picks nothing outside of its bounds, selected or not, and calls
+    /// `boundsChanged` whenever they change, may set `Stale` in its constructor; others are drawn
+    /// always. `GL_Shape`, whose bounds are those given to `setShapeBounds`, `GL_Group` and
+    /// `GL_Reference` do: a class derived from them that does otherwise sets `Unknown`. Empty
+    /// bounds promise nothing.
+    enum Extent : quint8 { Unknown, Stale, Measured };
     void setExtent(Extent extent) { m_extent = extent; }
 
+    /// Handles the events that read and change the node's matrix.
+    bool transformEvent(VEvent* event, geometry::Matrix4f& transform);
+
 private:
+    friend class GL_Block;
     friend class GL_Group;
+    friend class GL_Joint;
+    friend class GL_ObjectList;
+    friend class GL_Reference;
+    friend class GL_Shape;
     friend class GL_Traversal;
 
-    void measure() const;
+    /// How the extent is measured, and told without the class registry.
+    enum class Kind : quint8 { Plain, Shape, Group, Joint, Reference };
 
-    // Packed behind the base's name, so that a node stays small.
+    GL_Object(Kind kind, Extent extent) : m_extent(extent), m_kind(kind) {}
+
+    void measure() const;
+    void setSphere(geometry::Vector3f center, float radius) const;
+    void setSphere(const geometry::Vector3f& center, float radius,
+                   const geometry::Matrix4f& transform) const;
+
+    /// Counts the changes of all nodes' bounds and the nodes' deaths, so that what was computed
+    /// from many nodes can tell whether it still holds.
+    static unsigned m_changes;
+
+    // Packed behind the base's name, so that a node stays small and a test whether it can be seen
+    // stays within a cache line.
     VColor m_color = VColor(0xFFFFFFFFu);
     unsigned m_flags = 0;
     GL_Group* m_parent = nullptr;        // not owned
     mutable geometry::Vector3f m_center; // of a sphere around the bounds, in the parent's space
     mutable float m_radius = 0;          // infinite for what must not be passed over
     mutable Extent m_extent = Unknown;
+    const Kind m_kind = Kind::Plain;
 };

@@ -41,6 +41,11 @@ public:
               const geometry::Vector2i& to) override;
 
 private:
+    friend class GL_Object;
+
+    bool isBlockTarget() const;
+    void measureTarget() const;
+
     geometry::Matrix4f m_transform;
     QCString m_objectName;
     GL_Object* m_object = nullptr; // owned by the scene

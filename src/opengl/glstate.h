@@ -37,6 +37,25 @@ public:
     /// What a display list can have changed of the materials.
     void forgetMaterials();
 
+    // Shapes in a row leave the current colour, normal and texture coordinates as their drawing
+    // leaves them, and culling on where it only saves work.
+
+    /// To be called before a shape draws.
+    void borrow();
+    /// Puts the borrowed texture coordinates back alone.
+    void resetTextureCoords();
+    /// Leaves out back faces until `settle`, or until culling is set otherwise.
+    void hideBackFaces();
+    /// Puts back what was borrowed: before other nodes draw, and at the end.
+    void settle()
+    {
+        if (m_borrowed || m_hiding)
+            giveBack();
+    }
+    /// Whether what lies behind an opaque surface can't show, and front faces are those that wind
+    /// counterclockwise. Asked at first need, and so before anything is borrowed.
+    bool hidesCovered();
+
 private:
     struct Face {
         geometry::Vector4f colors[4];
@@ -44,8 +63,9 @@ private:
         unsigned known = 0; // a bit for each colour, bit 4 for the shininess
     };
 
-    bool replace(Face& face, unsigned bit, geometry::Vector4f& old,
-                 const geometry::Vector4f& value);
+    template <class T, class Member>
+    bool replace(unsigned face, unsigned bit, const T& value, Member member);
+    void giveBack();
 
     unsigned m_on = 0;
     unsigned m_known = 0;
@@ -53,4 +73,10 @@ private:
     unsigned m_shadeModel = 0;
     unsigned m_frontFace = 0;
     Face m_faces[2];
+    bool m_borrowed = false;
+    bool m_hiding = false;
+    signed char m_hidesCovered = -1; // -1 is unknown
+    geometry::Vector4f m_color;
+    geometry::Vector4f m_texture;
+    geometry::Vector3f m_normal;
 };
