@@ -244,13 +244,14 @@ int VZylStream::readObject(ZYLObject& object)
     return m_tooDeep ? -1 : result;
 }
 
-int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append)
+int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append, bool clears)
 {
     const Nesting nesting(m_depth), active(m_active);
     m_reader->prepare();
     if (isNestedTooDeep() || !m_reader->take('{'))
         return -1;
-    list.clear();
+    if (clears)
+        list.clear();
     VZylReader::View name;
     while (m_reader->readIdentifier(name) > 0) {
         ZYLObject* const object = makeObject(name.data, name.size, base);
