@@ -285,9 +285,9 @@ private:
     bool isNestedTooDeep();
     const VMetaClass* findClass(const char* name, std::size_t size) const;
     ZYLObject* makeObject(const char* name, std::size_t size, const VMetaClass* base);
-    int readObjects(VGList& list, const VMetaClass* base, Append append, bool clears);
+    int readObjects(VGList& list, const VMetaClass* base, Append add, bool clears);
     void writeObjects(const VGList& list, Next next, int flags);
-    void readBinary(VGList& list, const VMetaClass* base, Append append);
+    void readBinary(VGList& list, const VMetaClass* base, Append add);
     void writeBinary(const VGList& list, Next next);
 
     VFormatIO* m_io;

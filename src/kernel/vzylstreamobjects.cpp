@@ -244,7 +244,7 @@ int VZylStream::readObject(ZYLObject& object)
     return m_tooDeep ? -1 : result;
 }
 
-int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append, bool clears)
+int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append add, bool clears)
 {
     const Nesting nesting(m_depth), active(m_active);
     m_reader->prepare();
@@ -256,7 +256,7 @@ int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append,
     while (m_reader->readIdentifier(name) > 0) {
         ZYLObject* const object = makeObject(name.data, name.size, base);
         if (object)
-            append(list, object);
+            add(list, object);
         while (m_reader->skipComments() > 0)
             continue;
         if (!m_reader->take('{'))
@@ -340,7 +340,7 @@ void VZylStream::writeBinary(const VGList& list, Next next)
     }
 }
 
-void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
+void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
 {
     if (!m_dataStream || !m_dataStream->device())
         return;
@@ -373,7 +373,7 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
         ZYLObject* const object = makeObject(name.constData(), std::size_t(name.size()), base);
         if (!object)
             continue;
-        append(list, object);
+        add(list, object);
         QBuffer buffer;
         buffer.setData(content);
         buffer.open(QIODevice::ReadOnly);
