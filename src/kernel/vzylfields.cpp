@@ -1,11 +1,13 @@
 #include "kernel/vzylfields_p.h"
 
 #include "math/msbarray.h"
+#include "security/asnarray.h"
 #include "security/asnvalue.h"
 #include "security/derlength_p.h"
 
 #include <qiodevice.h>
 
+#include <algorithm>
 #include <cstring>
 
 namespace zylfields
@@ -146,6 +148,14 @@ void put(QDataStream& stream, const QStrList& list)
     });
 }
 
+void put(QDataStream& stream, const VMemArray<VColor>& colors)
+{
+    VMemArray<unsigned> pixels{int(colors.size())};
+    std::transform(colors.begin(), colors.end(), pixels.begin(),
+                   [](VColor c) { return c.pixel(); });
+    stream << pixels;
+}
+
 void get(QDataStream& stream, int& value)
 {
     getNumber(stream, DerValue::Integer, value);
@@ -201,6 +211,16 @@ void get(QDataStream& stream, QStrList& list)
     QStrList texts;
     if (getTexts<QCString>(stream, [&texts](const QCString& text) { texts.append(text.data()); }))
         list = texts;
+}
+
+void get(QDataStream& stream, VMemArray<VColor>& colors)
+{
+    VMemArray<unsigned> pixels;
+    stream >> pixels;
+    VMemArray<VColor> read{int(pixels.size())};
+    std::transform(pixels.begin(), pixels.end(), read.begin(),
+                   [](unsigned p) { return VColor(p); });
+    colors = read;
 }
 
 bool getContent(QDataStream& stream, quint8 tag, QByteArray& content)

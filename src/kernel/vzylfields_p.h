@@ -41,7 +41,7 @@ struct DefaultField : Field<C, T> {
 /// An array or a text, which isn't written when it is empty.
 template <class C, class T>
 struct FilledField : Field<C, T> {
-    bool isWritten(const T& value) const { return value.size() != 0; }
+    bool isWritten(const T& value) const { return !value.isEmpty(); }
 };
 
 template <class C, class T>
@@ -63,8 +63,9 @@ constexpr FilledField<C, T> filled(const char* key, int tag, T C::*member)
 }
 
 // Values of the binary form: an INTEGER, a REAL with the octets of number arrays, a
-// PrintableString, a SEQUENCE of those, and for the rest what its stream operators make. Reading
-// something else, or less than a whole value, sets the stream's status and leaves the value alone.
+// PrintableString, a SEQUENCE of those, colours as an array of whole numbers, and for the rest what
+// its stream operators make. Reading something else, or less than a whole value, sets the stream's
+// status and leaves the value alone.
 void put(QDataStream& stream, int value);
 void put(QDataStream& stream, unsigned value);
 void put(QDataStream& stream, double value);
@@ -75,6 +76,7 @@ void put(QDataStream& stream, const QCString& text);
 void put(QDataStream& stream, const QString& text);
 void put(QDataStream& stream, const QStringList& list);
 void put(QDataStream& stream, const QStrList& list);
+void put(QDataStream& stream, const VMemArray<VColor>& colors);
 template <class T>
 void put(QDataStream& stream, const T& value)
 {
@@ -91,6 +93,7 @@ void get(QDataStream& stream, QCString& text);
 void get(QDataStream& stream, QString& text);
 void get(QDataStream& stream, QStringList& list);
 void get(QDataStream& stream, QStrList& list);
+void get(QDataStream& stream, VMemArray<VColor>& colors);
 template <class T>
 void get(QDataStream& stream, T& value)
 {

@@ -160,9 +160,6 @@ public:
     /// as is an unknown class.
     template <class T>
     int read(VPtrList<T>& list);
-    /// The same without clearing the list, and for what is of the class `base`.
-    template <class T>
-    int append(VPtrList<T>& list, const VMetaClass* base = &T::metaClass);
     /// The block of an object, its opening brace being behind.
     int readObject(ZYLObject& object);
 
@@ -183,35 +180,11 @@ public:
     template <class T>
     int read(const char* key, T& value);
 
-    /// Reads from the value of a key until the end of the scope.
-    class ZYL_EXPORT Value
-    {
-    public:
-        Value(VZylStream& stream, const char* key) : m_stream(stream), m_found(stream.enter(key)) {}
-        ~Value()
-        {
-            if (m_found)
-                m_stream.leave();
-        }
-        Value(const Value&) = delete;
-        Value& operator=(const Value&) = delete;
-        explicit operator bool() const { return m_found; }
-
-    private:
-        VZylStream& m_stream;
-        bool m_found;
-    };
-
     // Writing
 
     void writeIndent();
     void begin(const char* key);
     void end();
-    /// A line with the word and an opening brace; what follows is indented up to `endBlock`.
-    void beginBlock(const char* word);
-    void endBlock();
-    /// Text as it stands.
-    void writeRaw(const char* text);
 
     void write(int value);
     void write(unsigned value);
@@ -263,13 +236,32 @@ public:
     template <class T>
     void writeBinary(const VPtrList<T>& list);
     template <class T>
-    void readBinary(VPtrList<T>& list, const VMetaClass* base = &T::metaClass);
+    void readBinary(VPtrList<T>& list);
 
     /// Tells the request's diagnostics about the present place in the text.
     void report(VFormatDiagnostics::Kind kind, const QString& what);
 
 private:
     friend class VZylBlock;
+
+    /// Reads from the value of a key until the end of the scope.
+    class ZYL_EXPORT Value
+    {
+    public:
+        Value(VZylStream& stream, const char* key) : m_stream(stream), m_found(stream.enter(key)) {}
+        ~Value()
+        {
+            if (m_found)
+                m_stream.leave();
+        }
+        Value(const Value&) = delete;
+        Value& operator=(const Value&) = delete;
+        explicit operator bool() const { return m_found; }
+
+    private:
+        VZylStream& m_stream;
+        bool m_found;
+    };
 
     using Append = void (*)(VGList& list, ZYLObject* object);
     /// Hands out one object of a list after the other; null ends them.
@@ -285,9 +277,9 @@ private:
     bool isNestedTooDeep();
     const VMetaClass* findClass(const char* name, std::size_t size) const;
     ZYLObject* makeObject(const char* name, std::size_t size, const VMetaClass* base);
-    int readObjects(VGList& list, const VMetaClass* base, Append add, bool clears);
+    int readObjects(VGList& list, const VMetaClass* base, Append append);
     void writeObjects(const VGList& list, Next next, int flags);
-    void readBinary(VGList& list, const VMetaClass* base, Append add);
+    void readBinary(VGList& list, const VMetaClass* base, Append append);
     void writeBinary(const VGList& list, Next next);
 
     VFormatIO* m_io;
@@ -360,13 +352,7 @@ const ZYLObject* VZylStream::nextOf(const VLNode*& node)
 template <class T>
 int VZylStream::read(VPtrList<T>& list)
 {
-    return readObjects(list, &T::metaClass, &VZylStream::appendTo<T>, true);
-}
-
-template <class T>
-int VZylStream::append(VPtrList<T>& list, const VMetaClass* base)
-{
-    return readObjects(list, base, &VZylStream::appendTo<T>, false);
+    return readObjects(list, &T::metaClass, &VZylStream::appendTo<T>);
 }
 
 template <class T>
@@ -376,9 +362,9 @@ void VZylStream::write(const VPtrList<T>& list, int flags)
 }
 
 template <class T>
-void VZylStream::readBinary(VPtrList<T>& list, const VMetaClass* base)
+void VZylStream::readBinary(VPtrList<T>& list)
 {
-    readBinary(list, base, &VZylStream::appendTo<T>);
+    readBinary(list, &T::metaClass, &VZylStream::appendTo<T>);
 }
 
 template <class T>

@@ -244,19 +244,18 @@ int VZylStream::readObject(ZYLObject& object)
     return m_tooDeep ? -1 : result;
 }
 
-int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append add, bool clears)
+int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append)
 {
     const Nesting nesting(m_depth), active(m_active);
     m_reader->prepare();
     if (isNestedTooDeep() || !m_reader->take('{'))
         return -1;
-    if (clears)
-        list.clear();
+    list.clear();
     VZylReader::View name;
     while (m_reader->readIdentifier(name) > 0) {
         ZYLObject* const object = makeObject(name.data, name.size, base);
         if (object)
-            add(list, object);
+            append(list, object);
         while (m_reader->skipComments() > 0)
             continue;
         if (!m_reader->take('{'))
@@ -340,7 +339,7 @@ void VZylStream::writeBinary(const VGList& list, Next next)
     }
 }
 
-void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
+void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
 {
     if (!m_dataStream || !m_dataStream->device())
         return;
@@ -373,7 +372,7 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
         ZYLObject* const object = makeObject(name.constData(), std::size_t(name.size()), base);
         if (!object)
             continue;
-        add(list, object);
+        append(list, object);
         QBuffer buffer;
         buffer.setData(content);
         buffer.open(QIODevice::ReadOnly);
