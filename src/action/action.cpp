@@ -1,11 +1,12 @@
 #include "action/action.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/complexaction.h"
 #include "action/evaluation_p.h"
 #include "kernel/vdeclare.h"
 #include "kernel/vevent.h"
 #include "kernel/zylobject.h"
+#include "security/asnvalue.h"
 
 namespace action
 {
@@ -98,7 +99,7 @@ VFormatIO& Action::read(VFormatIO& io)
     if (!stream)
         return io;
     if (QDataStream* const data = stream->dataStream()) {
-        if (fields::nextTag(*data) == asn::DerValue::PrintableString)
+        if (peekTag(*data) == asn::DerValue::PrintableString)
             VNamedObject::read(*data);
         return io;
     }
@@ -116,7 +117,7 @@ VFormatIO& Action::write(VFormatIO& io) const
     if (QDataStream* const data = stream->dataStream())
         VNamedObject::write(*data);
     else if (const char* const text = name(nullptr))
-        fields::writeStatement(*stream, "name", text);
+        zylfields::writeText(*stream, "name", text);
     return io;
 }
 
@@ -152,7 +153,7 @@ bool Action::connect(int key, const ZYLObject* receiver, int index)
     if (!list) {
         list = newConnections();
         list->setAutoDelete(true);
-        fields::makeRoom(*m_signals);
+        makeRoom(*m_signals);
         m_signals->insert(key, list);
     }
     if (Connection* const connection = newConnection(receiver, index))

@@ -1,7 +1,8 @@
 #include "action/actiondict.h"
 
 #include "action/actionfactory.h"
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
+#include "security/asnvalue.h"
 
 #include <qbuffer.h>
 
@@ -19,12 +20,12 @@ void writeText(VZylStream& stream, const ActionDict& actions)
     VFormatIO& io = *stream.io();
     for (QAsciiDictIterator<Action> it(actions); it.current(); ++it) {
         stream.begin(ActionDict::typeName(**it));
-        fields::putRaw(stream, "{\n");
+        putRaw(stream, "{\n");
         io.setIndent(io.indent() + 1);
         io << **it;
         io.setIndent(io.indent() - 1);
         stream.writeIndent();
-        fields::putRaw(stream, "}\n");
+        putRaw(stream, "}\n");
     }
 }
 
@@ -34,22 +35,22 @@ void writeBinary(VZylStream& stream, const ActionDict& actions)
     QBuffer members;
     members.open(QIODevice::WriteOnly);
     {
-        const fields::DeviceScope scope(stream, &members);
+        const DeviceScope scope(stream, &members);
         for (QAsciiDictIterator<Action> it(actions); it.current(); ++it) {
             QBuffer pair, bytes;
             pair.open(QIODevice::WriteOnly);
             bytes.open(QIODevice::WriteOnly);
             {
-                const fields::DeviceScope inner(stream, &bytes);
+                const DeviceScope inner(stream, &bytes);
                 *stream.io() << **it;
                 data.setDevice(&pair);
                 DerValue(QCString(ActionDict::typeName(**it))).encode(data);
-                fields::writeValue(data, DerValue::OctetString, bytes.data());
+                zylfields::putContent(data, DerValue::OctetString, bytes.data());
             }
-            fields::writeValue(data, DerValue::Sequence, pair.data());
+            zylfields::putContent(data, DerValue::Sequence, pair.data());
         }
     }
-    fields::writeValue(data, DerValue::Set, members.data());
+    zylfields::putContent(data, DerValue::Set, members.data());
 }
 
 /// Passes a block over, whose opening brace is still to come. False where there is none.
@@ -104,7 +105,7 @@ void readMember(VZylStream& stream, const ActionFactory& factory, const DerValue
     QBuffer buffer;
     buffer.setData(QByteArray::fromRawData(bytes.data.data(), qsizetype(bytes.data.size())));
     buffer.open(QIODevice::ReadOnly);
-    const fields::DeviceScope scope(stream, &buffer);
+    const DeviceScope scope(stream, &buffer);
     *stream.io() >> *action;
     // That a value ends with its last field is no failure of the stream.
     stream.dataStream()->resetStatus();
@@ -122,7 +123,7 @@ bool ActionDict::put(Action* action)
         return false;
     if (find(name) == action)
         return true;
-    fields::makeRoom(*this);
+    makeRoom(*this);
     replace(name, action);
     return true;
 }

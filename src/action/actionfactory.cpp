@@ -1,6 +1,6 @@
 #include "action/actionfactory.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/calculator.h"
 #include "action/coloractions.h"
 #include "action/complexaction.h"
@@ -49,7 +49,7 @@ void deleteTable()
 
 void insert(const char* name, ActionFactory::Maker maker)
 {
-    fields::makeRoom(*table);
+    makeRoom(*table);
     table->replace(name, new ActionFactory::Maker(maker));
 }
 

@@ -1,8 +1,9 @@
 #include "action/calculator.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/evaluation_p.h"
 #include "kernel/vproperties.h"
+#include "security/asnarray.h"
 
 #include <cmath>
 
@@ -37,10 +38,10 @@ struct Calculator::Meta {
         &metaObj, declare::property<&Calculator::type, &Calculator::setType>("type", enumTable[0])};
 
     static constexpr auto fieldTable =
-        fields::table(fields::field("type", 0x80, &Calculator::m_type),
-                      fields::field("data", 0x81, &Calculator::m_data),
-                      fields::field("inputs", 0x82, &Calculator::m_inputs),
-                      fields::field("expression", 0x83, &Calculator::m_expression));
+        std::tuple(zylfields::field("type", 0x80, &Calculator::m_type, 0),
+                   zylfields::field("data", 0x81, &Calculator::m_data, 0),
+                   zylfields::filled("inputs", 0x82, &Calculator::m_inputs),
+                   zylfields::filled("expression", 0x83, &Calculator::m_expression));
 };
 VMetaObject* Calculator::metaObj = nullptr;
 
@@ -87,12 +88,12 @@ bool Calculator::evaluate(int key, double value)
 VFormatIO& Calculator::read(VFormatIO& io)
 {
     Action::read(io);
-    return fields::read(io, *this, Meta::fieldTable);
+    return zylfields::read(io, *this, Meta::fieldTable);
 }
 
 VFormatIO& Calculator::write(VFormatIO& io) const
 {
     Action::write(io);
-    return fields::write(io, *this, Meta::fieldTable);
+    return zylfields::write(io, *this, Meta::fieldTable);
 }
 } // namespace action

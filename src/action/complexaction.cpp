@@ -1,7 +1,7 @@
 #include "action/complexaction.h"
 
 #include "action/actiondict.h"
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/evaluation_p.h"
 #include "kernel/vdeclare.h"
 
@@ -9,7 +9,7 @@ namespace action
 {
 struct ComplexAction::Meta {
     static constexpr auto fieldTable =
-        fields::table(fields::field("actions", 0x80, &ComplexAction::m_names));
+        std::tuple(zylfields::filled("actions", 0x80, &ComplexAction::m_names));
 };
 VMetaObject* ComplexAction::metaObj = nullptr;
 
@@ -67,7 +67,7 @@ bool ComplexAction::evaluate(int key, double value)
 VFormatIO& ComplexAction::read(VFormatIO& io)
 {
     Action::read(io);
-    return fields::read(io, *this, Meta::fieldTable);
+    return zylfields::read(io, *this, Meta::fieldTable);
 }
 
 VFormatIO& ComplexAction::write(VFormatIO& io) const
@@ -79,7 +79,17 @@ VFormatIO& ComplexAction::write(VFormatIO& io) const
             names.append(name);
     for (QStrListIterator it(m_names); it.current(); ++it)
         names.append(it.current());
-    return fields::writeField(io, std::get<0>(Meta::fieldTable), names);
+    VZylStream* const stream = VZylStream::get(io);
+    if (!stream || names.isEmpty())
+        return io;
+    constexpr auto row = std::get<0>(Meta::fieldTable);
+    if (QDataStream* const data = stream->dataStream()) {
+        *data << row.tag;
+        zylfields::put(*data, names);
+    } else {
+        zylfields::writeText(*stream, row.key, names);
+    }
+    return io;
 }
 
 void ComplexAction::resolve(const ActionDict& actions)

@@ -1,6 +1,6 @@
 #include "action/keyframe.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/channels_p.h"
 #include "geometry/zylhmatrix.h"
 #include "geometry/zylquaternion.h"
@@ -90,8 +90,8 @@ VFormatIO& Keyframe::read(VFormatIO& io)
     auto schedule = std::make_unique<Schedule>();
     QDataStream* const data = stream->dataStream();
     if (!data) {
-        fields::readValue(*stream, scheduleKeyword, [&] { schedule->read(io); });
-    } else if (fields::nextTag(*data) == scheduleTag) {
+        readValue(*stream, scheduleKeyword, [&] { schedule->read(io); });
+    } else if (peekTag(*data) == scheduleTag) {
         data->skipRawData(1);
         schedule->read(io);
     }

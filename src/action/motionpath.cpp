@@ -1,6 +1,6 @@
 #include "action/motionpath.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/animationcurve_p.h"
 #include "action/channels_p.h"
 #include "geometry/zylbspline.h"
@@ -11,6 +11,7 @@
 #include "kernel/vevent.h"
 #include "kernel/vobjectfinder.h"
 #include "kernel/zylobject.h"
+#include "security/asnvalue.h"
 
 #include <limits>
 
@@ -24,6 +25,8 @@ namespace
 {
 constexpr int mostDimensions = 4;
 constexpr int largestOrder = 100; // a point takes quadratic time
+constexpr const char* keysKeyword = "keys";
+constexpr quint8 keysTag = 0x82;
 
 /// Computes a point and the derivative there, of numbers of the type of the vertices.
 template <class S>
@@ -66,56 +69,10 @@ bool isFinite(const Vector3f& v)
 }
 } // namespace
 
-// A curve's block is a value of its own: in the binary form an octet string.
-
-static bool isDefault(const std::unique_ptr<AnimationCurve>& curve)
-{
-    return !curve || curve->isEmpty();
-}
-
-static void readText(VZylStream& stream, const char* key, std::unique_ptr<AnimationCurve>& curve)
-{
-    fields::readValue(stream, key, [&] {
-        AnimationCurve fresh;
-        if (readCurve(stream, fresh))
-            curve = std::make_unique<AnimationCurve>(fresh);
-        else
-            qWarning("MotionPath::read: Cannot read %s", key);
-    });
-}
-
-static void readBinary(QDataStream& data, std::unique_ptr<AnimationCurve>& curve)
-{
-    asn::DerValue value;
-    value.decode(data);
-    if (value.tag != asn::DerValue::OctetString)
-        return;
-    QDataStream bytes(QByteArray::fromRawData(value.data.data(), qsizetype(value.data.size())));
-    curve = std::make_unique<AnimationCurve>();
-    readCurve(bytes, *curve);
-}
-
-static void writeText(VZylStream& stream, const char* key,
-                      const std::unique_ptr<AnimationCurve>& curve)
-{
-    stream.begin(key);
-    *stream.io() << *curve;
-    stream.end();
-}
-
-static void writeBinary(QDataStream& data, const std::unique_ptr<AnimationCurve>& curve)
-{
-    QByteArray bytes;
-    QDataStream inside(&bytes, QIODevice::WriteOnly);
-    inside << static_cast<const geometry::Vector2dArray&>(*curve);
-    fields::writeValue(data, asn::DerValue::OctetString, bytes);
-}
-
 struct MotionPath::Meta {
     static constexpr auto fieldTable =
-        fields::table(fields::field("flags", 0x80, &MotionPath::m_flags),
-                      fields::field("path", 0x81, &MotionPath::m_path),
-                      fields::field("keys", 0x82, &MotionPath::m_keys));
+        std::tuple(zylfields::field("flags", 0x80, &MotionPath::m_flags, 0),
+                   zylfields::filled("path", 0x81, &MotionPath::m_path));
 };
 VMetaObject* MotionPath::metaObj = nullptr;
 
@@ -219,18 +176,60 @@ ConnectionList* MotionPath::newConnections() const
 VFormatIO& MotionPath::read(VFormatIO& io)
 {
     Action::read(io);
-    fields::read(io, *this, Meta::fieldTable);
+    zylfields::read(io, *this, Meta::fieldTable);
+    VZylStream* const stream = VZylStream::get(io);
+    if (!stream)
+        return io;
+    QDataStream* const data = stream->dataStream();
+    if (!data)
+        readValue(*stream, keysKeyword, [&] { readKeys(*stream); });
+    else if (peekTag(*data) == keysTag)
+        readKeys(*data);
     auto* const finder = static_cast<VObjectFinder*>(io.container("finder"));
     if (!m_path.isEmpty() && finder && !setTarget(finder->findObject(m_path), QCString(m_path)))
-        if (VZylStream* const stream = VZylStream::get(io))
-            stream->report(VFormatDiagnostics::UnresolvedName, QString::fromLatin1(m_path.data()));
+        stream->report(VFormatDiagnostics::UnresolvedName, QString::fromLatin1(m_path.data()));
     return io;
+}
+
+void MotionPath::readKeys(VZylStream& stream)
+{
+    AnimationCurve keys;
+    if (readCurve(stream, keys))
+        m_keys = std::make_unique<AnimationCurve>(keys);
+    else
+        qWarning("MotionPath::read: Cannot read %s", keysKeyword);
+}
+
+void MotionPath::readKeys(QDataStream& data)
+{
+    data.skipRawData(1);
+    QByteArray content;
+    if (!zylfields::getContent(data, asn::DerValue::OctetString, content))
+        return;
+    m_keys = std::make_unique<AnimationCurve>();
+    QDataStream keys(content);
+    readCurve(keys, *m_keys);
 }
 
 VFormatIO& MotionPath::write(VFormatIO& io) const
 {
     Action::write(io);
-    return fields::write(io, *this, Meta::fieldTable);
+    zylfields::write(io, *this, Meta::fieldTable);
+    VZylStream* const stream = VZylStream::get(io);
+    if (!stream || !m_keys || m_keys->isEmpty())
+        return io;
+    if (QDataStream* const data = stream->dataStream()) {
+        QByteArray content;
+        QDataStream keys(&content, QIODevice::WriteOnly);
+        keys << static_cast<const geometry::Vector2dArray&>(*m_keys);
+        *data << keysTag;
+        zylfields::putContent(*data, asn::DerValue::OctetString, content);
+    } else {
+        stream->begin(keysKeyword);
+        io << *m_keys;
+        stream->end();
+    }
+    return io;
 }
 
 void MotionPath::forgetReceivers(const ReceiverSet& gone)

@@ -7,6 +7,10 @@
 
 #include <memory>
 
+QT_BEGIN_NAMESPACE
+class QDataStream;
+QT_END_NAMESPACE
+class VZylStream;
 namespace geometry
 {
 class NurbsCurve;
@@ -76,6 +80,8 @@ private:
     static VMetaObject* metaObj;
 
     bool find(double u, Place& place) const;
+    void readKeys(VZylStream& stream);
+    void readKeys(QDataStream& data);
 
     int m_flags = 0;
     QCString m_path;

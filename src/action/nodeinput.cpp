@@ -1,6 +1,6 @@
 #include "action/nodeinput.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/evaluation_p.h"
 #include "kernel/vdeclare.h"
 #include "kernel/vevent.h"
@@ -13,7 +13,7 @@ struct NodeInput::Meta {
         declare::signal<changed>("valueChanged(int,double)"),
         declare::signal<&NodeInput::stateChanged>("stateChanged(int,double)")};
     static constexpr auto fieldTable =
-        fields::table(fields::field("inputs", 0x80, &NodeInput::m_inputs));
+        std::tuple(zylfields::filled("inputs", 0x80, &NodeInput::m_inputs));
 };
 VMetaObject* NodeInput::metaObj = nullptr;
 
@@ -87,12 +87,12 @@ bool NodeInput::evaluate(int input, const QString& text)
 VFormatIO& NodeInput::read(VFormatIO& io)
 {
     Action::read(io);
-    return fields::read(io, *this, Meta::fieldTable);
+    return zylfields::read(io, *this, Meta::fieldTable);
 }
 
 VFormatIO& NodeInput::write(VFormatIO& io) const
 {
     Action::write(io);
-    return fields::write(io, *this, Meta::fieldTable);
+    return zylfields::write(io, *this, Meta::fieldTable);
 }
 } // namespace action

@@ -1,7 +1,8 @@
 #include "action/schedule.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/animationcurve_p.h"
+#include "security/asnvalue.h"
 
 #include <memory>
 #include <string_view>
@@ -84,11 +85,10 @@ void Schedule::readText(VZylStream& stream)
 
 void Schedule::readBinary(QDataStream& data)
 {
-    asn::DerValue value;
-    value.decode(data);
-    if (value.tag != asn::DerValue::OctetString)
+    QByteArray content;
+    if (!zylfields::getContent(data, asn::DerValue::OctetString, content))
         return;
-    QDataStream curves(QByteArray::fromRawData(value.data.data(), qsizetype(value.data.size())));
+    QDataStream curves(content);
     while (!curves.atEnd()) {
         quint8 channel = 0;
         Item item = nullptr;
@@ -114,10 +114,10 @@ VFormatIO& Schedule::write(VFormatIO& io) const
                 curves << quint8(channel);
                 write(curves, curve);
             }
-        fields::writeValue(*data, asn::DerValue::OctetString, bytes);
+        zylfields::putContent(*data, asn::DerValue::OctetString, bytes);
         return io;
     }
-    fields::putRaw(*stream, "{\n");
+    putRaw(*stream, "{\n");
     io.setIndent(io.indent() + 1);
     for (unsigned channel = 0; channel < last; ++channel)
         if (const AnimationCurve* const curve = at(channel)) {
@@ -127,7 +127,7 @@ VFormatIO& Schedule::write(VFormatIO& io) const
         }
     io.setIndent(io.indent() - 1);
     stream->writeIndent();
-    fields::putRaw(*stream, "}");
+    putRaw(*stream, "}");
     return io;
 }
 

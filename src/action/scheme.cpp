@@ -1,6 +1,6 @@
 #include "action/scheme.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/truncated_p.h"
 
 namespace action
@@ -19,8 +19,8 @@ VFormatIO& Scheme::write(VFormatIO& io) const
 
 struct ColorScheme::Meta {
     static constexpr auto fieldTable =
-        fields::table(fields::field("colors", 0x80, &ColorScheme::m_values),
-                      fields::field("selector", 0x81, &ColorScheme::m_selector));
+        std::tuple(zylfields::filled("colors", 0x80, &ColorScheme::m_values),
+                   zylfields::filled("selector", 0x81, &ColorScheme::m_selector));
 };
 
 void ColorScheme::set(const VMemArray<VColor>& colors, const geometry::Vector2fArray& selector)
@@ -40,14 +40,14 @@ void ColorScheme::set(const VMemArray<VColor>& colors, const geometry::Vector2fA
 
 VFormatIO& ColorScheme::read(VFormatIO& io)
 {
-    fields::read(io, *this, Meta::fieldTable);
+    zylfields::read(io, *this, Meta::fieldTable);
     set(m_values, m_selector);
     return io;
 }
 
 VFormatIO& ColorScheme::write(VFormatIO& io) const
 {
-    return fields::write(io, *this, Meta::fieldTable);
+    return zylfields::write(io, *this, Meta::fieldTable);
 }
 
 TimeScheme::TimeScheme()

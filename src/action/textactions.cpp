@@ -1,6 +1,6 @@
 #include "action/textactions.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "kernel/vdeclare.h"
 #include "kernel/vevent.h"
 
@@ -44,7 +44,7 @@ bool isSafe(const char* format)
 
 struct TextAction::Meta {
     static constexpr auto fieldTable =
-        fields::table(fields::field("formats", 0x80, &TextAction::m_formats));
+        std::tuple(zylfields::filled("formats", 0x80, &TextAction::m_formats));
 };
 VMetaObject* ElapsedTime::metaObj = nullptr;
 VMetaObject* TextAction::metaObj = nullptr;
@@ -103,7 +103,7 @@ bool TextAction::evaluate(int key, double value)
 VFormatIO& TextAction::read(VFormatIO& io)
 {
     Action::read(io);
-    fields::read(io, *this, Meta::fieldTable);
+    zylfields::read(io, *this, Meta::fieldTable);
     setFormats(QStringList(m_formats));
     return io;
 }
@@ -111,6 +111,6 @@ VFormatIO& TextAction::read(VFormatIO& io)
 VFormatIO& TextAction::write(VFormatIO& io) const
 {
     Action::write(io);
-    return fields::write(io, *this, Meta::fieldTable);
+    return zylfields::write(io, *this, Meta::fieldTable);
 }
 } // namespace action

@@ -1,6 +1,6 @@
 #include "action/valuetracker.h"
 
-#include "action/actionfields_p.h"
+#include "action/actionstream_p.h"
 #include "action/evaluation_p.h"
 #include "geometry/zylhmatrix.h"
 #include "geometry/zylquaternion.h"
@@ -41,7 +41,7 @@ struct ValueTracker::Meta {
         declare::property<&ValueTracker::type, &ValueTracker::setType>("type", enumTable[0])};
 
     static constexpr auto fieldTable =
-        fields::table(fields::field("type", 0x80, &ValueTracker::m_type));
+        std::tuple(zylfields::field("type", 0x80, &ValueTracker::m_type, 0));
 };
 VMetaObject* ValueTracker::metaObj = nullptr;
 
@@ -185,12 +185,12 @@ bool ValueTracker::evaluate(int key, Connection* connection)
 VFormatIO& ValueTracker::read(VFormatIO& io)
 {
     Action::read(io);
-    return fields::read(io, *this, Meta::fieldTable);
+    return zylfields::read(io, *this, Meta::fieldTable);
 }
 
 VFormatIO& ValueTracker::write(VFormatIO& io) const
 {
     Action::write(io);
-    return fields::write(io, *this, Meta::fieldTable);
+    return zylfields::write(io, *this, Meta::fieldTable);
 }
 } // namespace action
