@@ -167,31 +167,40 @@ private:
     __m128i m_sums;
 };
 
-/// Averages four pixels at a time; `first` and `second` of the pairs are lines. Returns how many it
-/// did.
-int averageFours(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair* end, int half,
-                 Divisor divide, Byte* to)
+/// Averages sixteen pixels at a time; `first` and `second` of the pairs are lines. Returns how many
+/// it did.
+///
+/// Sixteen fill a line of the cache, which each line of the image is read by only once: lines of
+/// some widths displace each other there.
+int averageSixteens(const VImage& from, const Pairs::Pair* begin, const Pairs::Pair* end, int half,
+                    Divisor divide, Byte* to)
 {
     const __m128i zero = _mm_setzero_si128();
     int x = 0;
-    for (; x + 4 <= from.width(); x += 4) {
-        Sums sums[4] = {Sums(half), Sums(half), Sums(half), Sums(half)};
+    for (; x + 16 <= from.width(); x += 16) {
+        const Sums start(half);
+        Sums sums[16] = {start, start, start, start, start, start, start, start,
+                         start, start, start, start, start, start, start, start};
         for (const Pairs::Pair* pair = begin; pair != end; ++pair) {
-            const auto pixels = [&from, x](int line) {
-                return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from.jumpTable()[line] +
-                                                                        std::ptrdiff_t(x) * 4));
-            };
-            const __m128i first = pixels(pair->first), second = pixels(pair->second);
+            const Byte* const lines[] = {from.jumpTable()[pair->first] + std::ptrdiff_t(x) * 4,
+                                         from.jumpTable()[pair->second] + std::ptrdiff_t(x) * 4};
             const __m128i weights = _mm_set1_epi32(pair->weights);
-            const __m128i low = _mm_unpacklo_epi8(first, second);
-            const __m128i high = _mm_unpackhi_epi8(first, second);
-            sums[0].addInterleaved(_mm_unpacklo_epi8(low, zero), weights);
-            sums[1].addInterleaved(_mm_unpackhi_epi8(low, zero), weights);
-            sums[2].addInterleaved(_mm_unpacklo_epi8(high, zero), weights);
-            sums[3].addInterleaved(_mm_unpackhi_epi8(high, zero), weights);
+            for (int i = 0; i < 16; i += 4) {
+                const auto pixels = [i](const Byte* line) {
+                    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(line + i * 4));
+                };
+                const __m128i first = pixels(lines[0]), second = pixels(lines[1]);
+                const __m128i low = _mm_unpacklo_epi8(first, second);
+                const __m128i high = _mm_unpackhi_epi8(first, second);
+                sums[i].addInterleaved(_mm_unpacklo_epi8(low, zero), weights);
+                sums[i + 1].addInterleaved(_mm_unpackhi_epi8(low, zero), weights);
+                sums[i + 2].addInterleaved(_mm_unpacklo_epi8(high, zero), weights);
+                sums[i + 3].addInterleaved(_mm_unpackhi_epi8(high, zero), weights);
+            }
         }
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + std::ptrdiff_t(x) * 4),
-                         Sums::words(sums, divide));
+        for (int i = 0; i < 16; i += 4)
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to + std::ptrdiff_t(x + i) * 4),
+                             Sums::words(sums + i, divide));
     }
     return x;
 }
@@ -223,7 +232,7 @@ private:
     Word m_sums[4];
 };
 
-int averageFours(const VImage&, const Pairs::Pair*, const Pairs::Pair*, int, Divisor, Byte*)
+int averageSixteens(const VImage&, const Pairs::Pair*, const Pairs::Pair*, int, Divisor, Byte*)
 {
     return 0;
 }
@@ -237,77 +246,129 @@ struct OpaqueLoop {
     }
 };
 
-/// The weighted sums of one pixel whose colours count as much as its alpha. Each product of colour,
-/// weight and alpha is divided by 255 on its own.
+/// Weighted sums of a run of pixels whose colours count as much as their alpha, a plane a channel.
+/// Each product of colour, weight and alpha is divided by 255 on its own.
 ///
-/// The sum of alphas is never 0: it starts at half a pixel, as those of the colours, which can't
-/// pass it.
-#if defined(__SSE2__)
+/// No sum of alphas is 0: it starts at half a pixel, as those of the colours, which can't pass it.
 class AlphaSums
 {
 public:
-    explicit AlphaSums(int half) : m_sums(_mm_set1_epi32(half)) {}
+    static constexpr int Length = 64;
 
-    void add(Word color, int weight)
+    /// 65536 255ths of a weight, rounded up. A 65536th of a product with less than 255 is the whole
+    /// part of the product of that and the weight by 255: what is too much stays below a 255th.
+    static Word scaled(int weight) { return (Word(weight) * 65536 + 254) / 255; }
+
+    void start(int half) { std::fill_n(&m_sums[0][0], 4 * Length, Word(half)); }
+
+    void add(const Byte* words, int weight, int count)
     {
-        const __m128i zero = _mm_setzero_si128();
-        const __m128i weights = _mm_set1_epi32(weight);
-        const __m128i alpha = _mm_set1_epi16(short(color >> 24));
-        // An alpha of 255 in the colour's place makes the fourth product the alpha's own.
-        const __m128i channels = _mm_unpacklo_epi8(_mm_cvtsi32_si128(int(color | Opaque)), zero);
-        const __m128i product = _mm_mullo_epi16(channels, alpha);
-        // Divided by 255 before the weight comes in, and the rest after: both fit 16 bits.
-        const __m128i whole =
-            _mm_srli_epi16(_mm_mulhi_epu16(product, _mm_set1_epi16(short(0x8081))), 7);
-        const __m128i rest = _mm_sub_epi16(product, _mm_sub_epi16(_mm_slli_epi16(whole, 8), whole));
-        const __m128i rests = _mm_madd_epi16(_mm_unpacklo_epi16(rest, zero), weights);
-        const __m128 more = _mm_add_ps(_mm_cvtepi32_ps(rests), _mm_set1_ps(0.5f));
-        m_sums = _mm_add_epi32(m_sums, _mm_madd_epi16(_mm_unpacklo_epi16(whole, zero), weights));
-        m_sums = _mm_add_epi32(m_sums, _mm_cvttps_epi32(_mm_mul_ps(more, _mm_set1_ps(1.0f / 255))));
+        runLoop<Addition>(words, Same{Word(weight)}, Same{scaled(weight)}, this, count);
+    }
+    /// Each pixel has a weight of its own.
+    void add(const Byte* words, const Word* weights, const Word* scaledWeights, int count)
+    {
+        runLoop<Addition>(words, weights, scaledWeights, this, count);
     }
 
-    /// A quotient of sums of 20 bits stays 2^-20 below the next integer, or is one.
-    Word color(Divisor divide) const
+    void store(Divisor divide, Byte* to, int count) const
     {
-        const int alpha = _mm_cvtsi128_si32(_mm_shuffle_epi32(m_sums, 0xFF));
-        const __m128d scale = _mm_set1_pd(255.0 / alpha), more = _mm_set1_pd(1.0 / (1 << 22));
-        const __m128d low = _mm_cvtepi32_pd(m_sums);
-        const __m128d high = _mm_cvtepi32_pd(_mm_unpackhi_epi64(m_sums, m_sums));
-        const __m128i quotients =
-            _mm_unpacklo_epi64(_mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(low, scale), more)),
-                               _mm_cvttpd_epi32(_mm_add_pd(_mm_mul_pd(high, scale), more)));
-        const __m128i words = _mm_packs_epi32(quotients, quotients);
-        const Word color = Word(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-        return (color & ColorMask) | divide(Word(alpha)) << 24;
+        runLoop<Division>(this, divide, to, count);
     }
 
 private:
-    __m128i m_sums;
+    struct Same {
+        Word value;
+        Word operator[](int) const { return value; }
+    };
+
+    struct Addition {
+        template <class Weights>
+        ZYL_IMAGE_LOOP run(const Byte* words, Weights weights, Weights scaledWeights, AlphaSums* to,
+                           int count)
+        {
+            Word(*const sums)[Length] = to->m_sums;
+            for (int x = 0; x < count; ++x) {
+                const Word color = load(words, x), alpha = color >> 24;
+                for (int i = 0; i < 3; ++i) {
+                    // Divided by 255 before the weight comes in, and the rest after. The shifts
+                    // divide any product of two bytes exactly.
+                    const Word product = (color >> (8 * i) & 0xFF) * alpha;
+                    const Word whole = (product + 1 + (product >> 8)) >> 8;
+                    const Word rest = product - whole * 255;
+                    sums[i][x] += whole * weights[x] + (rest * scaledWeights[x] >> 16);
+                }
+                sums[3][x] += alpha * weights[x];
+            }
+        }
+    };
+
+    struct Division {
+        ZYL_IMAGE_LOOP run(const AlphaSums* from, Divisor divide, Byte* to, int count)
+        {
+            const Word(*const sums)[Length] = from->m_sums;
+            for (int x = 0; x < count; ++x) {
+                // Sums of 20 bits give quotients that are too small by less than one; what is left
+                // of the product tells whether by any.
+                const int alpha = int(sums[3][x]);
+                const float scale = 254.9995f / float(alpha);
+                Word color = divide(sums[3][x]) << 24;
+                for (int i = 0; i < 3; ++i) {
+                    const int sum = int(sums[i][x]);
+                    const int quotient = int(float(sum) * scale);
+                    const bool isMore = sum * 255 - quotient * alpha >= alpha;
+                    color |= Word(quotient + isMore) << (8 * i);
+                }
+                imagelines::store(to, x, color);
+            }
+        }
+    };
+
+    Word m_sums[4][Length];
 };
-#else
-class AlphaSums
+
+/// What each output is made of, as rounds that each add one input to every output; some add an
+/// input without weight.
+class Rounds
 {
 public:
-    explicit AlphaSums(int half) : m_sums{Word(half), Word(half), Word(half), Word(half)} {}
-
-    void add(Word color, int weight)
+    Rounds(const Shares& shares, int outputs) : m_outputs(std::size_t(outputs))
     {
-        for (int i = 0; i < 4; ++i)
-            m_sums[i] += ((color | Opaque) >> (8 * i) & 0xFF) * Word(weight) * (color >> 24) / 255;
+        for (int x = 0; x < outputs; ++x)
+            m_count = std::max(m_count, int(shares.end(x) - shares.begin(x)));
+        const std::size_t size = m_outputs * std::size_t(m_count);
+        m_inputs.resize(size);
+        m_weights.resize(size);
+        m_scaledWeights.resize(size);
+        for (int x = 0; x < outputs; ++x) {
+            auto at = std::size_t(x);
+            for (const Shares::Share* share = shares.begin(x); share != shares.end(x); ++share) {
+                m_inputs[at] = share->input;
+                m_weights[at] = Word(share->weight);
+                m_scaledWeights[at] = AlphaSums::scaled(share->weight);
+                at += m_outputs;
+            }
+        }
     }
 
-    Word color(Divisor divide) const
+    /// Adds the inputs of `count` outputs, from `first` on.
+    void addTo(AlphaSums& sums, const Byte* from, int first, int count) const
     {
-        Word color = divide(m_sums[3]) << 24;
-        for (int i = 0; i < 3; ++i)
-            color |= m_sums[i] * 255 / m_sums[3] << (8 * i);
-        return color;
+        Byte words[AlphaSums::Length * 4];
+        auto at = std::size_t(first);
+        for (int round = 0; round < m_count; ++round, at += m_outputs) {
+            for (int x = 0; x < count; ++x)
+                store(words, x, load(from, m_inputs[at + std::size_t(x)]));
+            sums.add(words, &m_weights[at], &m_scaledWeights[at], count);
+        }
     }
 
 private:
-    Word m_sums[4];
+    std::size_t m_outputs;
+    int m_count = 0;
+    std::vector<int> m_inputs;
+    std::vector<Word> m_weights, m_scaledWeights;
 };
-#endif
 
 /// Averages boxes of pixels, first the lines and then the pixels of each.
 class BoxScaler
@@ -317,8 +378,9 @@ public:
         : m_from(from), m_to(to), m_alpha(from.hasAlphaBuffer()),
           m_base(scaleBase(from.width())), m_divide{1.0f / float(m_base)},
           m_lines(from.height(), to.height(), m_base), m_columns(from.width(), to.width(), m_base),
-          m_linePairs(m_lines, to.height()), m_columnPairs(m_columns, to.width()),
-          m_line(std::size_t(from.width()) * 4)
+          m_linePairs(m_lines, m_alpha ? 0 : to.height()),
+          m_columnPairs(m_columns, m_alpha ? 0 : to.width()),
+          m_columnRounds(m_columns, m_alpha ? to.width() : 0), m_line(std::size_t(from.width()) * 4)
     {
     }
 
@@ -348,7 +410,7 @@ private:
         if (m_lines.isSingle(y))
             return m_from.jumpTable()[m_lines.begin(y)->input];
         const Pairs::Pair *begin = m_linePairs.begin(y), *end = m_linePairs.end(y);
-        int x = averageFours(m_from, begin, end, m_base / 2, m_divide, m_line.data());
+        int x = averageSixteens(m_from, begin, end, m_base / 2, m_divide, m_line.data());
         for (; x < m_from.width(); ++x) {
             const std::ptrdiff_t at = std::ptrdiff_t(x) * 4;
             Sums sums(m_base / 2);
@@ -391,27 +453,34 @@ private:
     {
         if (keepsHeight())
             return m_from.jumpTable()[y];
-        for (int x = 0; x < m_from.width(); ++x) {
-            AlphaSums sums(m_base / 2);
+        average(m_line.data(), m_from.width(), [this, y](AlphaSums& sums, int first, int count) {
             for (const Shares::Share* share = m_lines.begin(y); share != m_lines.end(y); ++share)
-                sums.add(load(m_from.jumpTable()[share->input], x), share->weight);
-            store(m_line.data(), x, sums.color(m_divide));
-        }
+                sums.add(m_from.jumpTable()[share->input] + std::ptrdiff_t(first) * 4,
+                         share->weight, count);
+        });
         return m_line.data();
     }
 
     void scaleAlphaLine(const Byte* from, Byte* to) const
     {
-        if (keepsWidth()) {
+        if (keepsWidth())
             std::memcpy(to, from, std::size_t(m_to.width()) * 4);
-            return;
-        }
-        for (int x = 0; x < m_to.width(); ++x) {
-            AlphaSums sums(m_base / 2);
-            for (const Shares::Share* share = m_columns.begin(x); share != m_columns.end(x);
-                 ++share)
-                sums.add(load(from, share->input), share->weight);
-            store(to, x, sums.color(m_divide));
+        else
+            average(to, m_to.width(), [this, from](AlphaSums& sums, int first, int count) {
+                m_columnRounds.addTo(sums, from, first, count);
+            });
+    }
+
+    /// `add(sums, first, count)` adds up a run of pixels.
+    template <class Add>
+    void average(Byte* to, int width, Add&& add) const
+    {
+        AlphaSums sums;
+        for (int first = 0; first < width; first += AlphaSums::Length) {
+            const int count = std::min(AlphaSums::Length, width - first);
+            sums.start(m_base / 2);
+            add(sums, first, count);
+            sums.store(m_divide, to + std::ptrdiff_t(first) * 4, count);
         }
     }
 
@@ -422,6 +491,7 @@ private:
     Divisor m_divide;
     Shares m_lines, m_columns;
     Pairs m_linePairs, m_columnPairs;
+    Rounds m_columnRounds; // with alpha
     std::vector<Byte> m_line;
 };
 } // namespace

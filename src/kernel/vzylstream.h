@@ -160,6 +160,9 @@ public:
     /// as is an unknown class.
     template <class T>
     int read(VPtrList<T>& list);
+    /// The same without clearing the list, and for what is of the class `base`.
+    template <class T>
+    int append(VPtrList<T>& list, const VMetaClass* base = &T::metaClass);
     /// The block of an object, its opening brace being behind.
     int readObject(ZYLObject& object);
 
@@ -180,11 +183,35 @@ public:
     template <class T>
     int read(const char* key, T& value);
 
+    /// Reads from the value of a key until the end of the scope.
+    class ZYL_EXPORT Value
+    {
+    public:
+        Value(VZylStream& stream, const char* key) : m_stream(stream), m_found(stream.enter(key)) {}
+        ~Value()
+        {
+            if (m_found)
+                m_stream.leave();
+        }
+        Value(const Value&) = delete;
+        Value& operator=(const Value&) = delete;
+        explicit operator bool() const { return m_found; }
+
+    private:
+        VZylStream& m_stream;
+        bool m_found;
+    };
+
     // Writing
 
     void writeIndent();
     void begin(const char* key);
     void end();
+    /// A line with the word and an opening brace; what follows is indented up to `endBlock`.
+    void beginBlock(const char* word);
+    void endBlock();
+    /// Text as it stands.
+    void writeRaw(const char* text);
 
     void write(int value);
     void write(unsigned value);
@@ -236,32 +263,13 @@ public:
     template <class T>
     void writeBinary(const VPtrList<T>& list);
     template <class T>
-    void readBinary(VPtrList<T>& list);
+    void readBinary(VPtrList<T>& list, const VMetaClass* base = &T::metaClass);
 
     /// Tells the request's diagnostics about the present place in the text.
     void report(VFormatDiagnostics::Kind kind, const QString& what);
 
 private:
     friend class VZylBlock;
-
-    /// Reads from the value of a key until the end of the scope.
-    class ZYL_EXPORT Value
-    {
-    public:
-        Value(VZylStream& stream, const char* key) : m_stream(stream), m_found(stream.enter(key)) {}
-        ~Value()
-        {
-            if (m_found)
-                m_stream.leave();
-        }
-        Value(const Value&) = delete;
-        Value& operator=(const Value&) = delete;
-        explicit operator bool() const { return m_found; }
-
-    private:
-        VZylStream& m_stream;
-        bool m_found;
-    };
 
     using Append = void (*)(VGList& list, ZYLObject* object);
     /// Hands out one object of a list after the other; null ends them.
@@ -277,9 +285,9 @@ private:
     bool isNestedTooDeep();
     const VMetaClass* findClass(const char* name, std::size_t size) const;
     ZYLObject* makeObject(const char* name, std::size_t size, const VMetaClass* base);
-    int readObjects(VGList& list, const VMetaClass* base, Append append);
+    int readObjects(VGList& list, const VMetaClass* base, Append add, bool clears);
     void writeObjects(const VGList& list, Next next, int flags);
-    void readBinary(VGList& list, const VMetaClass* base, Append append);
+    void readBinary(VGList& list, const VMetaClass* base, Append add);
     void writeBinary(const VGList& list, Next next);
 
     VFormatIO* m_io;
@@ -352,7 +360,13 @@ const ZYLObject* VZylStream::nextOf(const VLNode*& node)
 template <class T>
 int VZylStream::read(VPtrList<T>& list)
 {
-    return readObjects(list, &T::metaClass, &VZylStream::appendTo<T>);
+    return readObjects(list, &T::metaClass, &VZylStream::appendTo<T>, true);
+}
+
+template <class T>
+int VZylStream::append(VPtrList<T>& list, const VMetaClass* base)
+{
+    return readObjects(list, base, &VZylStream::appendTo<T>, false);
 }
 
 template <class T>
@@ -362,9 +376,9 @@ void VZylStream::write(const VPtrList<T>& list, int flags)
 }
 
 template <class T>
-void VZylStream::readBinary(VPtrList<T>& list)
+void VZylStream::readBinary(VPtrList<T>& list, const VMetaClass* base)
 {
-    readBinary(list, &T::metaClass, &VZylStream::appendTo<T>);
+    readBinary(list, base, &VZylStream::appendTo<T>);
 }
 
 template <class T>

@@ -244,18 +244,19 @@ int VZylStream::readObject(ZYLObject& object)
     return m_tooDeep ? -1 : result;
 }
 
-int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append append)
+int VZylStream::readObjects(VGList& list, const VMetaClass* base, Append add, bool clears)
 {
     const Nesting nesting(m_depth), active(m_active);
     m_reader->prepare();
     if (isNestedTooDeep() || !m_reader->take('{'))
         return -1;
-    list.clear();
+    if (clears)
+        list.clear();
     VZylReader::View name;
     while (m_reader->readIdentifier(name) > 0) {
         ZYLObject* const object = makeObject(name.data, name.size, base);
         if (object)
-            append(list, object);
+            add(list, object);
         while (m_reader->skipComments() > 0)
             continue;
         if (!m_reader->take('{'))
@@ -339,7 +340,7 @@ void VZylStream::writeBinary(const VGList& list, Next next)
     }
 }
 
-void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
+void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
 {
     if (!m_dataStream || !m_dataStream->device())
         return;
@@ -372,7 +373,7 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append append)
         ZYLObject* const object = makeObject(name.constData(), std::size_t(name.size()), base);
         if (!object)
             continue;
-        append(list, object);
+        add(list, object);
         QBuffer buffer;
         buffer.setData(content);
         buffer.open(QIODevice::ReadOnly);

@@ -229,6 +229,28 @@ void VZylStream::end()
     m_writer->put(";\n");
 }
 
+void VZylStream::beginBlock(const char* word)
+{
+    const VZylWriter::Scope scope(*m_writer);
+    begin(word);
+    m_writer->put("{\n");
+    m_writer->raiseIndent(1);
+}
+
+void VZylStream::endBlock()
+{
+    const VZylWriter::Scope scope(*m_writer);
+    m_writer->raiseIndent(-1);
+    m_writer->putIndent();
+    m_writer->put("}\n");
+}
+
+void VZylStream::writeRaw(const char* text)
+{
+    const VZylWriter::Scope scope(*m_writer);
+    m_writer->put(text ? text : "");
+}
+
 void VZylStream::write(int value)
 {
     writeNumber(*m_writer, value);

@@ -13,6 +13,8 @@ public:
 
     GL_Camera() = default;
 
+    /// Takes matrices as the one from the camera's space, in which it looks along -z, to its
+    /// parent's. Of a change only place and direction are kept.
     bool event(VEvent* event) override;
     VFormatIO& read(VFormatIO& io) override;
     VFormatIO& write(VFormatIO& io) const override;
@@ -21,4 +23,10 @@ public:
     void bounds(geometry::Box3f& box) const override;
     bool drag(GL_Viewer* viewer, const geometry::Vector2i& from,
               const geometry::Vector2i& to) override;
+
+private:
+    struct Stored;
+
+    geometry::Matrix4f matrix() const;
+    void drawGlyph(float size) const;
 };

@@ -57,12 +57,6 @@ void line(const Vector3f& from, const Vector3f& to)
     glEnd();
 }
 
-void color(VColor color)
-{
-    const Vector4f channels(color);
-    glColor4fv(&channels.x);
-}
-
 void arrow(float length)
 {
     const float back = 0.75f * length;

@@ -23,7 +23,6 @@ geometry::Vector3f row(const geometry::Matrix4f& matrix, int row);
 
 void vertex(const geometry::Vector3f& point);
 void line(const geometry::Vector3f& from, const geometry::Vector3f& to);
-void color(VColor color);
 /// A pointed arrow along z from the origin.
 void arrow(float length);
 

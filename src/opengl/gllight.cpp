@@ -1,9 +1,9 @@
 #include "opengl/gllight.h"
 
+#include "kernel/vevent.h"
 #include "kernel/vzylfields_p.h"
-#include "opengl/glactionevent_p.h"
+#include "opengl/glframe_p.h"
 #include "opengl/glglyph_p.h"
-#include "opengl/glrenderevent.h"
 #include "opengl/glscene.h"
 #include "opengl/glviewer.h"
 
@@ -100,7 +100,7 @@ bool GL_Light::event(VEvent* event)
     if (GL_Object::event(event))
         return true;
     Matrix4f matrix = glyph::along(-m_direction, m_position);
-    if (!event || !actionevent::changeMatrix(event, matrix))
+    if (!transformEvent(event, matrix))
         return false;
     if (event->type() != VActionEvent::GetTransform) {
         m_direction = -geometry::normalize(glyph::row(matrix, 2)) * m_direction.length();
@@ -175,7 +175,7 @@ void GL_Light::drawShape(GL_RenderEvent* event)
 {
     const glyph::Space space(m_position);
     const bool isCurrent = event->scene && event->scene->currentObject() == this;
-    glyph::color(isCurrent ? GL_Viewer::m_selectColor : GL_Viewer::m_boundColor);
+    glColor(isCurrent ? GL_Viewer::m_selectColor : GL_Viewer::m_boundColor);
     drawOutline(event);
 }
 

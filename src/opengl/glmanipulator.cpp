@@ -2,9 +2,9 @@
 
 #include "geometry/zylquaternion.h"
 #include "kernel/vevent.h"
+#include "opengl/glframe_p.h"
 #include "opengl/glglyph_p.h"
 #include "opengl/glgroup.h"
-#include "opengl/glrenderevent.h"
 #include "opengl/glscene.h"
 #include "opengl/glviewer.h"
 
@@ -262,7 +262,7 @@ void GL_Manipulator::drawAll(GL_RenderEvent* event, bool named)
             return geometry::normalize(glyph::row(from, isFree ? i : (handle + 1 + i) % 3)) * size;
         };
         const VColor color = isFree ? GL_Viewer::m_handleColor : axisColors[handle];
-        glyph::color(handle == m_handle ? GL_Viewer::m_boundColor : color);
+        glColor(handle == m_handle ? GL_Viewer::m_boundColor : color);
         if (named)
             glLoadName(unsigned(handle));
         const glyph::Space space(glyph::frame(axis(0), axis(1), axis(2), origin));
@@ -373,7 +373,7 @@ void GL_Manipulator::drawAxis(GL_Viewer* viewer)
     for (const int axis : order) {
         const Vector3f end = glyph::row(turn, axis);
         const Vector3f letter = end * 1.2f;
-        glyph::color(axisColors[axis]);
+        glColor(axisColors[axis]);
         glyph::line(Vector3f(), end);
         if (axis == 0)
             drawLetter(letterX, letter);

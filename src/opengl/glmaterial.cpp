@@ -107,8 +107,7 @@ bool GL_Material::event(VEvent* event)
     if (GL_NamedObject::event(event))
         return true;
     VActionEvent* const action =
-        event ? actionevent::between(event, VActionEvent::AddColor, VActionEvent::SetColor)
-              : nullptr;
+        actionevent::between(event, VActionEvent::AddColor, VActionEvent::SetColor);
     if (!action || action->detail() > Emission)
         return false;
     const int channel = action->detail() < 0 ? int(Diffuse) : action->detail();
@@ -118,7 +117,7 @@ bool GL_Material::event(VEvent* event)
         color += *action->value<Vector4f>();
         break;
     case VActionEvent::GetColor:
-        *action->value<VColor>() = actionevent::packed(color);
+        *action->value<VColor>() = VColor(color);
         break;
     default:
         color = Vector4f(*action->value<VColor>());
@@ -193,7 +192,7 @@ VFormatIO& GL_Material::write(VFormatIO& io) const
     }
     zylfields::write(io, *this, Stored::binaryOnly);
     for (const Stored::Color& color : Stored::colors) {
-        const VColor value = actionevent::packed(this->*color.member);
+        const VColor value(this->*color.member);
         if (value == VColor(color.neutral))
             continue;
         *data << color.tag;
@@ -210,7 +209,7 @@ VFormatIO& GL_Material::write(VFormatIO& io) const
 void GL_Material::writeText(VZylStream& stream) const
 {
     for (const Stored::Color& color : Stored::colors) {
-        const VColor value = actionevent::packed(this->*color.member);
+        const VColor value(this->*color.member);
         if (value != VColor(color.neutral))
             zylfields::writeText(stream, color.key, value);
     }

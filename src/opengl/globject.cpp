@@ -3,6 +3,7 @@
 #include "geometry/zylhmatrix.h"
 #include "kernel/vevent.h"
 #include "kernel/vzylfields_p.h"
+#include "opengl/glactionevent_p.h"
 #include "opengl/glgroup.h"
 #include "opengl/glreference.h"
 #include "opengl/glrenderevent.h"
@@ -170,10 +171,9 @@ bool GL_Object::event(VEvent* event)
 {
     if (ZYLObject::event(event))
         return true;
-    if (!event || event->type() < VActionEvent::AddColor || event->type() > VActionEvent::SetColor)
-        return false;
-    auto* const action = static_cast<VActionEvent*>(event);
-    if (!action->data())
+    VActionEvent* const action =
+        actionevent::between(event, VActionEvent::AddColor, VActionEvent::SetColor);
+    if (!action)
         return false;
     switch (action->code()) {
     case VActionEvent::AddColor:
@@ -192,30 +192,10 @@ bool GL_Object::event(VEvent* event)
 
 bool GL_Object::transformEvent(VEvent* event, geometry::Matrix4f& transform)
 {
-    if (!event || event->type() < VActionEvent::TransformBefore ||
-        event->type() > VActionEvent::SetTransform)
+    if (!actionevent::changeMatrix(event, transform))
         return false;
-    auto* const action = static_cast<VActionEvent*>(event);
-    auto* const value = action->value<geometry::Matrix4f>();
-    if (!value)
-        return false;
-    switch (action->code()) {
-    case VActionEvent::TransformBefore:
-        transform = *value * transform;
-        break;
-    case VActionEvent::TransformAfter:
-        transform = transform * *value;
-        break;
-    case VActionEvent::GetTransform:
-        *value = transform;
-        break;
-    case VActionEvent::SetTransform:
-        transform = *value;
-        break;
-    }
-    if (action->code() != VActionEvent::GetTransform)
+    if (event->type() != VActionEvent::GetTransform)
         boundsChanged();
-    action->accept();
     return true;
 }
 

@@ -9,12 +9,15 @@
 #include "opengl/gltexture.h"
 #include "toolkit/qmemarray.h"
 
+#include <string_view>
+
 class GL_Light;
 class GL_Manipulator;
 class GL_Traversal;
 class GL_Viewer;
 class VFormatIO;
 class VSceneIO;
+struct GL_RenderEvent;
 
 /// A document: the tree of nodes, what they share, the lights, the actions that drive them, and the
 /// selection.
@@ -31,7 +34,12 @@ public:
 
     static const geometry::Vector4f defaultAmbient;
 
-    enum Flag : unsigned { AutoPlay = 1u << 0, LoopPlay = 1u << 1, Changed = 1u << 31 };
+    enum Flag : unsigned {
+        AutoPlay = 1u << 0,
+        LoopPlay = 1u << 1,
+        FileMask = 0xFFFF, ///< what is taken from files
+        Changed = 1u << 31
+    };
 
     GL_Scene();
     ~GL_Scene() override;
@@ -59,6 +67,7 @@ public:
     void setTimeLength(double length) { m_timeLength = length; }
     unsigned flags() const { return m_flags; }
     void setFlags(unsigned flags) { m_flags = flags; }
+    void setFileFlags(unsigned flags) { m_flags = (m_flags & ~FileMask) | (flags & FileMask); }
     bool isChanged() const { return m_flags & Changed; }
     void setChanged(bool changed);
 
@@ -96,10 +105,30 @@ public:
     // Names
 
     /// What a path leads to: "textures/NAME", "materials/NAME", "lights/NAME", "library/PATH",
-    /// "objects/PATH", or a plain path of objects; a slash in front is passed over. Or null.
+    /// "objects/PATH", or a plain path of objects; slashes in front are passed over. Or null.
     ZYLObject* findObject(const char* path) override;
-    /// The shortest such path that leads back to the object; null when there is none.
-    QCString pathOf(const ZYLObject* object) const;
+    /// The shortest such path that leads back to the object, or with `full` the one with a first
+    /// word; null when there is none. Doesn't look into an object that isn't the scene's.
+    QCString pathOf(const ZYLObject* object, bool full = false) const;
+    // The first of that name, or null.
+    GL_Texture* findTexture(const char* name) const;
+    GL_Material* findMaterial(const char* name) const;
+    /// At the top level of the library.
+    GL_Object* findLibObj(const char* name) const;
+
+    /// While it lives, what is looked up by name or by path is found in constant time, and in
+    /// return names stay as they are and lists only grow at their ends. For reading and writing.
+    class ZYL_EXPORT Lookup
+    {
+    public:
+        explicit Lookup(const GL_Scene& scene);
+        ~Lookup();
+        Lookup(const Lookup&) = delete;
+        Lookup& operator=(const Lookup&) = delete;
+
+    private:
+        const GL_Scene* m_scene; // null inside of another one
+    };
 
     // Drawing, in the current context
 
@@ -137,7 +166,7 @@ public:
     int currentPart() const { return m_currentPart; }
     void setCurrentPart(int part) { m_currentPart = part; }
     GL_Manipulator* manipulator() const { return m_manipulator; }
-    /// Takes ownership.
+    /// Takes ownership, and sets the current object as its target.
     void setManipulator(GL_Manipulator* manipulator);
 
     // Animation
@@ -149,21 +178,31 @@ public:
 
     // Files
 
+    /// The bytes show in every array that shares these.
     bool write(QMemArray<char> array, const char* format) const;
     bool read(QMemArray<char> array, const char* format);
-    /// The binary form. 0, or negative for failure.
+    // The body of the native binary form: 0, or negative for failure. What was read before stays.
     int write(VSceneIO& io) const;
     int read(VSceneIO& io);
+    /// With the request's `VZylStream`, which must be there.
     int write(QDataStream& stream, VFormatIO& io) const;
     int read(QDataStream& stream, VFormatIO& io);
-    /// To be called after reading: lets actions find each other, and takes over the selected bits.
+    /// To be called after reading: lets actions find each other, and makes the selection agree with
+    /// the selected bits, which count at the top level alone.
     void finishReading();
 
 private:
     struct Meta;
+    struct Names;
     static VMetaObject* metaObj;
 
-    void dropPointersTo(const GL_Object* object);
+    void forget(const action::ReceiverSet& gone);
+    void remove(GL_Object* object, GL_ObjectList& list);
+    void drawObjects(GL_RenderEvent& e);
+    void drawLights(GL_RenderEvent& e);
+    template <class T>
+    T* find(const VPtrList<T>& list, std::string_view name) const;
+    GL_Object* findPath(const GL_ObjectList& list, const char* path) const;
 
     GL_TextureList m_textures;
     GL_MaterialList m_materials;
@@ -181,4 +220,5 @@ private:
     int m_currentPart = -1;
     int m_passes = 1;
     GL_Manipulator* m_manipulator = nullptr;
+    mutable Names* m_names = nullptr; // of the outermost `Lookup`
 };

@@ -368,7 +368,7 @@ QCString GL_TextureReference::objectName() const
 
 bool GL_TextureReference::event(VEvent* event)
 {
-    return GL_Texture::event(event) || (event && actionevent::changeMatrix(event, m_transform));
+    return GL_Texture::event(event) || actionevent::changeMatrix(event, m_transform);
 }
 
 VFormatIO& GL_TextureReference::read(VFormatIO& io)

@@ -42,6 +42,8 @@ public:
     static const char* sceneFormat(QIODevice* device);
     static QStrList inputFormats();
     static QStrList outputFormats();
+    /// Whether a format is written to a device that is opened for text.
+    static bool isTranslated(const char* format);
 
 private:
     GL_Scene* m_scene = nullptr;
