@@ -32,6 +32,8 @@ public:
         Wheel = 31,
         ContextMenu = 82,
         TabletMove = 87,
+        TabletPress = 92,
+        TabletRelease = 93,
         User = 1000
     };
 
