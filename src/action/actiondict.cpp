@@ -6,8 +6,8 @@
 
 #include <qbuffer.h>
 
+#include <cstring>
 #include <memory>
-#include <string_view>
 
 namespace action
 {
@@ -157,9 +157,9 @@ void ActionDict::forgetReceivers(const ReceiverSet& gone)
 
 const char* ActionDict::typeName(const Action& action)
 {
-    constexpr std::string_view prefix = "action::";
     const char* const name = action.className();
-    return std::string_view(name).substr(0, prefix.size()) == prefix ? name + prefix.size() : name;
+    const char* const scope = std::strrchr(name, ':');
+    return scope ? scope + 1 : name;
 }
 
 VFormatIO& operator<<(VFormatIO& io, const ActionDict& actions)

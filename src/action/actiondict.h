@@ -24,7 +24,7 @@ public:
     void resolve();
     void forgetReceivers(const ReceiverSet& gone);
 
-    /// The name that an action's class has in files and for the factory.
+    /// The name that an action's class has in files and for the factory: without its namespaces.
     static const char* typeName(const Action& action);
 };
 

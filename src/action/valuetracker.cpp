@@ -133,7 +133,7 @@ void ValueTracker::emitTransform(int position, ZYLObject& object)
 {
     Matrix4f matrix, axes, turn, projection;
     VActionEvent event(VActionEvent::GetTransform, &matrix);
-    if (m_type < Translate || m_type > ScaleZ || !object.event(&event))
+    if (!object.event(&event) || m_type < Translate || m_type > ScaleZ)
         return;
     Vector3f scale(1, 1, 1), translation;
     matrix.factor(axes, scale, turn, translation, projection);
@@ -157,7 +157,7 @@ void ValueTracker::emitColor(int position, ZYLObject& object)
 {
     VColor color;
     VActionEvent event(VActionEvent::GetColor, &color);
-    if (m_type < Color || m_type > Brightness || !object.event(&event))
+    if (!object.event(&event) || m_type < Color || m_type > Brightness)
         return;
     const geometry::Vector4f channels(color);
     if (m_type == Color)
