@@ -117,10 +117,12 @@ private:
         const double length = std::hypot(base - top, height);
         if (base >= 0 && top >= 0 && height >= 0 && length > 0) {
             GL_Revolution side(slices, textureOf(shape, GL_Revolution::Around), shape.isInside());
+            // Turning the surface over, GLU leaves this part of the normals as it is.
+            const double normalZ = (shape.isInside() ? top - base : base - top) / length;
             side.draw(stacks + 1, [&](int i) {
                 const double part = double(i) / stacks;
-                return Row{base - (base - top) * part, height * part, height / length,
-                           (base - top) / length, part};
+                return Row{base - (base - top) * part, height * part, height / length, normalZ,
+                           part};
             });
         }
         if (baseCap)

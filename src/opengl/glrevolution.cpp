@@ -93,7 +93,7 @@ void Scratch::setGrid(const Grid& wanted)
             if (fromPoint) {
                 triangle(low, high, highNext);
             } else if (toPoint) {
-                triangle(high, lowNext, low);
+                triangle(highNext, lowNext, low);
             } else if (grid.cells == GL_Revolution::Rising) {
                 triangle(lowNext, low, highNext);
                 triangle(low, high, highNext);
