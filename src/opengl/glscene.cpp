@@ -320,13 +320,9 @@ void GL_Scene::draw(GL_Viewer* viewer)
 
 void GL_Scene::drawObjects(GL_RenderEvent& e)
 {
-    const auto traverse = [&] {
-        for (GL_Object* object : m_objects)
-            if (!e.traversal.isOutside(*object) && object->shouldRender(&e))
-                object->draw(&e);
-    };
     if (m_passes <= 1) {
-        traverse();
+        m_objects.draw(&e);
+        e.state.settle();
         return;
     }
     for (e.pass = 0; e.pass < m_passes; ++e.pass) {
@@ -338,7 +334,8 @@ void GL_Scene::drawObjects(GL_RenderEvent& e)
             e.state.setEnabled(GL_State::Blend, true);
             glDepthMask(GL_FALSE);
         }
-        traverse();
+        m_objects.draw(&e);
+        e.state.settle();
         if (blends) {
             glDepthMask(GL_TRUE);
             e.state.setEnabled(GL_State::Blend, false);
@@ -370,17 +367,11 @@ void GL_Scene::hit(GL_Viewer* viewer, GL_Traversal& traversal)
 {
     GL_RenderEvent e(viewer, this);
     e.traversal.setSelecting(true);
-    unsigned name = 0;
-    for (const GL_ObjectList* list : {&m_lights, &m_objects})
-        for (GL_Object* object : *list) {
-            if (!e.traversal.isOutside(*object)) {
-                e.traversal.loadName(name);
-                object->hit(&e);
-            }
-            ++name;
-        }
+    const unsigned lightCount = m_lights.count();
+    m_lights.hit(&e, 0);
+    m_objects.hit(&e, lightCount);
     if (m_manipulator && m_manipulator->target()) {
-        e.traversal.loadName(name);
+        e.traversal.loadName(lightCount + m_objects.count());
         m_manipulator->hit(&e);
     }
     traversal = std::move(e.traversal);

@@ -233,30 +233,25 @@ int VZylFile::readStatement(const QCString& word)
 int VZylFile::readObject(const QCString& word)
 {
     std::unique_ptr<ZYLObject> object(createObject(QString::fromLatin1(word.data())));
-    int result = 1;
-    const auto readInto = [&](auto& list, auto* typed) {
+    int result = -1;
+    const auto readInto = [&](auto& list, const VMetaClass& base) {
+        using Item = std::remove_pointer_t<decltype(list.getFirst())>;
+        if (!object || !object->inherits(&base))
+            return false;
         result = VZylStream::readObject(*object);
-        object.release();
-        list.append(typed);
+        list.append(static_cast<Item*>(object.release()));
+        return true;
     };
     // A light is an object, too, and goes first.
-    if (!object || !object->inherits(&GL_NamedObject::metaClass)) {
-        report(VFormatDiagnostics::SkippedClass, QString::fromLatin1(word.data()));
-        return skip_block();
-    }
-    if (object->inherits(&GL_Texture::metaClass))
-        readInto(m_scene->textures(), static_cast<GL_Texture*>(object.get()));
-    else if (object->inherits(&GL_Material::metaClass))
-        readInto(m_scene->materials(), static_cast<GL_Material*>(object.get()));
-    else if (object->inherits(&GL_Font::metaClass))
-        readInto(m_scene->fonts(), static_cast<GL_Font*>(object.get()));
-    else if (object->inherits(&GL_Light::metaClass))
-        readInto(m_scene->lights(), static_cast<GL_Light*>(object.get()));
-    else if (object->inherits(&GL_Object::metaClass))
-        readInto(m_scene->objects(), static_cast<GL_Object*>(object.get()));
-    else
-        result = skip_block();
-    return result;
+    const bool isTaken = readInto(m_scene->textures(), GL_Texture::metaClass) ||
+                         readInto(m_scene->materials(), GL_Material::metaClass) ||
+                         readInto(m_scene->fonts(), GL_Font::metaClass) ||
+                         readInto(m_scene->lights(), GL_Light::metaClass) ||
+                         readInto(m_scene->objects(), GL_Object::metaClass);
+    if (isTaken)
+        return result;
+    report(VFormatDiagnostics::SkippedClass, QString::fromLatin1(word.data()));
+    return skip_block();
 }
 
 int VZylFile::writeText()
