@@ -355,6 +355,8 @@ int VZylReader::readString(View& text, bool& escaped)
 
 VZylReader::View VZylReader::readLine(std::size_t most)
 {
+    if (peek() < 0) // so that there is something to mark
+        return {};
     const Mark mark(*this);
     while (mark.text().size < most) {
         const int c = get();
