@@ -83,11 +83,15 @@ bool isWholeBytes(const Block& block, const VImage& dst, const VImage& src)
 template <class Line>
 void forEachLine(const Block& block, const VImage& dst, const VImage& src, Line line)
 {
-    const bool up = block.dy > block.sy;
-    for (qint64 i = 0; i < block.h; ++i) {
-        const qint64 y = up ? block.h - 1 - i : i;
-        line(dst.jumpTable()[block.dy + y], src.jumpTable()[block.sy + y], int(block.sy + y));
-    }
+    Byte* const* to = dst.jumpTable() + block.dy;
+    const Byte* const* from = src.jumpTable() + block.sy;
+    const int count = int(block.h), first = int(block.sy);
+    if (block.dy > block.sy)
+        for (int y = count; y-- > 0;)
+            line(to[y], from[y], first + y);
+    else
+        for (int y = 0; y < count; ++y)
+            line(to[y], from[y], first + y);
 }
 
 /// Copies bytes of images of equal kind.
@@ -95,8 +99,9 @@ void copyBytes(const Block& block, const VImage& dst, const VImage& src)
 {
     const int depth = dst.depth();
     const auto bytes = [depth](qint64 pixels) { return std::size_t((pixels * depth + 7) / 8); };
-    forEachLine(block, dst, src, [&](Byte* to, const Byte* from, int) {
-        std::memmove(to + bytes(block.dx), from + bytes(block.sx), bytes(block.w));
+    const std::size_t toStart = bytes(block.dx), fromStart = bytes(block.sx), size = bytes(block.w);
+    forEachLine(block, dst, src, [=](Byte* to, const Byte* from, int) {
+        std::memmove(to + toStart, from + fromStart, size);
     });
 }
 
@@ -105,7 +110,11 @@ void copyBytes(const Block& block, const VImage& dst, const VImage& src)
 void drawWords(const Block& block, const VImage& dst, const VImage& src)
 {
     const bool blend = src.hasAlphaBuffer();
-    const bool direct = src.depth() == 32 && (!blend || dst.bits() != src.bits());
+    if (src.depth() == 32 && !blend) {
+        copyBytes(block, dst, src);
+        return;
+    }
+    const bool direct = src.depth() == 32 && dst.bits() != src.bits();
     std::optional<FullTable> table;
     if (!direct)
         table.emplace(src);

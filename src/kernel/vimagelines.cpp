@@ -162,27 +162,47 @@ Word blend(Word over, Word under)
 }
 
 #if defined(__SSE2__)
-/// `blend` for four pixels. The difference is scaled without its sign, which gives the division its
-/// direction.
-__m128i blend4(__m128i over, __m128i under)
-{
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i larger = _mm_max_epu8(over, under);
-    const __m128i difference = _mm_sub_epi8(larger, _mm_min_epu8(over, under));
-    __m128i a = _mm_srli_epi32(over, 24);
-    const __m128i opaque = _mm_cmpeq_epi32(a, _mm_set1_epi32(255));
-    a = _mm_or_si128(a, _mm_slli_epi32(a, 16));
-    const __m128i low =
-        _mm_mullo_epi16(_mm_unpacklo_epi8(difference, zero), _mm_unpacklo_epi32(a, a));
-    const __m128i high =
-        _mm_mullo_epi16(_mm_unpackhi_epi8(difference, zero), _mm_unpackhi_epi32(a, a));
-    const __m128i step = _mm_packus_epi16(_mm_srli_epi16(low, 8), _mm_srli_epi16(high, 8));
-    const __m128i down = _mm_xor_si128(_mm_cmpeq_epi8(larger, over), _mm_set1_epi8(-1));
-    const __m128i moved = _mm_add_epi8(under, _mm_sub_epi8(_mm_xor_si128(step, down), down));
-    const __m128i top = _mm_set1_epi32(int(Opaque));
-    const __m128i mixed = _mm_or_si128(_mm_and_si128(larger, top), _mm_andnot_si128(top, moved));
-    return _mm_or_si128(_mm_and_si128(opaque, over), _mm_andnot_si128(opaque, mixed));
-}
+/// `blend` for pixels by sixteens.
+struct BlendLoop {
+    static constexpr int RunLength = 16;
+
+    /// All of a run is read before any of it is written: a store seems to the processor to hit
+    /// loads 4096 bytes away.
+    ZYL_IMAGE_LOOP run(const Byte* from, Byte* to, std::ptrdiff_t runs)
+    {
+        for (; runs > 0; --runs, from += RunLength * 4, to += RunLength * 4) {
+            const auto source = reinterpret_cast<const __m128i*>(from);
+            const auto target = reinterpret_cast<__m128i*>(to);
+            __m128i words[RunLength / 4];
+            for (int i = 0; i < RunLength / 4; ++i)
+                words[i] = blend4(_mm_loadu_si128(source + i), _mm_loadu_si128(target + i));
+            for (int i = 0; i < RunLength / 4; ++i)
+                _mm_storeu_si128(target + i, words[i]);
+        }
+    }
+
+private:
+    /// The difference is scaled without its sign, which gives the division its direction.
+    [[gnu::always_inline]] static inline __m128i blend4(__m128i over, __m128i under)
+    {
+        const __m128i larger = _mm_max_epu8(over, under);
+        const __m128i difference = _mm_sub_epi8(larger, _mm_min_epu8(over, under));
+        // 256 for opaque pixels, so that all of the difference counts.
+        const __m128i alpha = _mm_srli_epi32(over, 24);
+        const __m128i a = _mm_sub_epi32(alpha, _mm_cmpeq_epi32(alpha, _mm_set1_epi32(255)));
+        const __m128i as = _mm_or_si128(a, _mm_slli_epi32(a, 16));
+        // Bytes 0 and 2 of each pixel, and bytes 1 and 3.
+        const __m128i lowBytes = _mm_set1_epi16(0xFF);
+        const __m128i even = _mm_mullo_epi16(_mm_and_si128(difference, lowBytes), as);
+        const __m128i odd = _mm_mullo_epi16(_mm_srli_epi16(difference, 8), as);
+        const __m128i step = _mm_or_si128(_mm_srli_epi16(even, 8), _mm_andnot_si128(lowBytes, odd));
+        // All bits are set where the step is up.
+        const __m128i up = _mm_cmpeq_epi8(larger, over);
+        const __m128i moved = _mm_sub_epi8(under, _mm_sub_epi8(_mm_xor_si128(step, up), up));
+        const __m128i top = _mm_set1_epi32(int(Opaque));
+        return _mm_or_si128(_mm_and_si128(larger, top), _mm_andnot_si128(top, moved));
+    }
+};
 #endif
 } // namespace
 
@@ -294,17 +314,8 @@ void imagelines::blendWords(const Byte* from, Byte* to, int count)
 {
     int x = 0;
 #if defined(__SSE2__)
-    // All is read before anything is written: a store seems to the processor to hit loads 4096
-    // bytes away.
-    for (; x + 16 <= count; x += 16) {
-        const auto source = reinterpret_cast<const __m128i*>(from + std::ptrdiff_t(x) * 4);
-        const auto target = reinterpret_cast<__m128i*>(to + std::ptrdiff_t(x) * 4);
-        __m128i words[4];
-        for (int i = 0; i < 4; ++i)
-            words[i] = blend4(_mm_loadu_si128(source + i), _mm_loadu_si128(target + i));
-        for (int i = 0; i < 4; ++i)
-            _mm_storeu_si128(target + i, words[i]);
-    }
+    x = count - count % BlendLoop::RunLength;
+    runLoop<BlendLoop>(from, to, std::ptrdiff_t(count / BlendLoop::RunLength));
 #endif
     for (; x < count; ++x)
         store(to, x, blend(load(from, x), load(to, x)));
