@@ -44,13 +44,14 @@ function(zyl_bench folder)
     target_link_libraries(bench_${folder} PRIVATE zyl ${arg_LIBRARIES})
 endfunction()
 
-# zyl_example(NAME) builds examples/<name>.cpp against the library's installed face and runs it as a test.
+# zyl_example(NAME [LIBRARIES target...] [ARGUMENTS text...]) builds examples/<name>.cpp against the library's
+# installed face and runs it as a test.
 function(zyl_example name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LIBRARIES;ARGUMENTS")
     add_executable(example_${name} ${name}.cpp)
     target_link_libraries(example_${name} PRIVATE zyl ${arg_LIBRARIES})
     if(ZYL_PROGRAM_TESTS)
-        add_test(NAME example_${name} COMMAND example_${name})
+        add_test(NAME example_${name} COMMAND example_${name} ${arg_ARGUMENTS})
         set_tests_properties(example_${name} PROPERTIES TIMEOUT 120 LABELS program)
     endif()
 endfunction()
