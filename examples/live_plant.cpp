@@ -5,6 +5,7 @@
 
 #include "window/offscreenviewer.h"
 
+#include <zyl/all/kernel.h>
 #include <zyl/all/opengl.h>
 
 #include <cmath>

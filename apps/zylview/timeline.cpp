@@ -3,7 +3,6 @@
 #include <qboxlayout.h>
 #include <qlabel.h>
 #include <qpushbutton.h>
-#include <qsignalblocker.h>
 #include <qslider.h>
 #include <qspinbox.h>
 #include <qtoolbutton.h>
