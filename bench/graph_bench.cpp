@@ -1,10 +1,10 @@
 // The scene graph beside its peers: the same scenes, camera, context and clock as their programs.
-// usage: bench_scene [TEST SIZE [FOLDER-OR-FILE]]; without a test, the figures that need no peer.
+// usage: bench_graph [TEST SIZE [FOLDER-OR-FILE]]; without a test, the figures that need no peer.
 #include "bench_common.h"
 #include "ratio.h"
 
 #include "action/actionfactory.h"
-#include "action/moveaction.h"
+#include "action/transformactions.h"
 #include "geometry/zylphysics.h"
 #include "kernel/vglobal.h"
 #include "opengl/glcamera.h"
@@ -38,7 +38,7 @@ public:
         look.look(eye, Vector3f(), Vector3f(at.up.x, at.up.y, at.up.z));
         GL_Camera camera;
         camera.setPosition(eye);
-        camera.setOrientation(look.getRotation().inverse());
+        camera.setOrientation(look.getRotation().invert());
         camera.setFocalDistance(eye.length());
         camera.setFov(kFov);
         camera.setNearDistance(at.nearZ);
@@ -311,12 +311,14 @@ int run(const std::string& test, int n, const std::string& where)
 {
     const std::string size = std::to_string(n);
     if (test == "many") {
-        drawTest("draw.many." + size, Many(n, false).scene, extentFor(n));
+        Many many(n, false);
+        drawTest("draw.many." + size, many.scene, extentFor(n));
     } else if (test == "many-one-moves") {
         Many many(n, false);
         oneMoves(many, "draw.many." + size + ".onemoves");
     } else if (test == "spheres") {
-        drawTest("draw.spheres." + size, Many(n, true).scene, extentFor(n));
+        Many many(n, true);
+        drawTest("draw.spheres." + size, many.scene, extentFor(n));
     } else if (test == "deep") {
         GL_Scene scene;
         fillDeep(scene, n);

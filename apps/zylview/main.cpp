@@ -1,5 +1,7 @@
 #include "zylview/mainwindow.h"
 
+#include <zyl/all/kernel.h>
+
 #include <qapplication.h>
 #include <qmessagebox.h>
 

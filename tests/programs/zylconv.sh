@@ -103,11 +103,11 @@ check render 0 "$zylconv" render "${options[@]}" box.zyl box.png
 pixel() { # FILE X Y
     pngtopnm "$1" 2>/dev/null | pnmcut -left "$2" -top "$3" -width 1 -height 1 | pnmtoplainpnm | tail -n 1 | tr -s ' '
 }
-[ "$(pixel box.png 9 30 | xargs)" = "255 0 0" ] || complain render "left pixel is $(pixel box.png 9 30)"
+[ "$(pixel box.png 21 30 | xargs)" = "255 0 0" ] || complain render "left pixel is $(pixel box.png 21 30)"
 [ "$(pixel box.png 45 30 | xargs)" = "0 0 255" ] || complain render "middle pixel is $(pixel box.png 45 30)"
-check "pick left" 0 "$zylconv" pick "${options[@]}" box.zyl 9 30
+check "pick left" 0 "$zylconv" pick "${options[@]}" box.zyl 21 30
 has "pick left" out "house/left GL_Group/GL_Cube"
-check "pick right, moved off" 1 "$zylconv" pick "${options[@]}" --set 0=3 box.zyl 81 30
+check "pick right, moved off" 1 "$zylconv" pick "${options[@]}" --set 0=3 box.zyl 69 30
 has "pick right, moved off" out "nothing"
 check "pick nothing" 1 "$zylconv" pick "${options[@]}" box.zyl 45 30
 check "background" 0 "$zylconv" render "${options[@]}" --background '#00ff00' --antialias box.zyl green.png
