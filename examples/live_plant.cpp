@@ -72,7 +72,7 @@ int main(int argc, char** argv)
     viewer.setScene(&scene);
     viewer.setFlags(GL_Viewer::Textures, true);
     viewer.initialize();
-    viewer.setZoom(1.35);
+    viewer.setZoom(1.2);
     for (int i = 0; i < 3; ++i)
         scene.evaluate(10 + i, 1); // the drawing shows full tanks
     Plant plant;
