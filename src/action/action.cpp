@@ -8,6 +8,8 @@
 #include "kernel/zylobject.h"
 #include "security/asnvalue.h"
 
+#include <algorithm>
+
 namespace action
 {
 Connection::~Connection() = default;

@@ -8,6 +8,7 @@
 
 #include <qdatastream.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 

@@ -5,6 +5,7 @@
 #include "kernel/vproperties.h"
 #include "security/asnarray.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace action

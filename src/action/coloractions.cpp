@@ -6,6 +6,8 @@
 #include "kernel/vevent.h"
 #include "kernel/zylobject.h"
 
+#include <algorithm>
+
 namespace action
 {
 ColorConnection::ColorConnection(const ZYLObject* object, int part) : Connection(object, part)

@@ -8,17 +8,17 @@ namespace action
 {
 /// One level of actions that call each other, to be held while others may be called.
 ///
-/// Besides the depth the steps are counted: a chain in which each action calls the next one twice
+/// Besides the depth the work is counted: a chain in which each action calls the next one twice
 /// has no ring, and yet no end. When one of the two is spent, everything up to the outermost action
 /// gives up, or each level would try all its ways in turn.
 class Evaluation
 {
 public:
-    /// With more steps to come for the receivers of a list.
+    /// An action that may call these many receivers itself.
     explicit Evaluation(const Action& action, unsigned receivers = 0)
     {
-        s_steps += 1 + qint64(receivers);
-        if (Q_UNLIKELY(++s_depth > mostLevels || s_steps > mostSteps) && !s_abandoned)
+        s_cost += actionCost + qint64(receivers);
+        if (Q_UNLIKELY(++s_depth > mostLevels || s_cost > highestCost) && !s_abandoned)
             abandon(action);
         m_mayGoOn = !s_abandoned;
     }
@@ -26,7 +26,7 @@ public:
     {
         if (--s_depth > 0)
             return;
-        s_steps = 0;
+        s_cost = 0;
         s_abandoned = false;
     }
     Evaluation(const Evaluation&) = delete;
@@ -36,7 +36,9 @@ public:
 
 private:
     static constexpr int mostLevels = 64;
-    static constexpr qint64 mostSteps = 1 << 24;
+    // In events: some millions of actions, or a few hundred millions of receivers.
+    static constexpr qint64 actionCost = 64;
+    static constexpr qint64 highestCost = 1 << 28;
 
     [[gnu::cold, gnu::noinline]] static void abandon(const Action& action)
     {
@@ -48,7 +50,7 @@ private:
     }
 
     static inline int s_depth = 0;
-    static inline qint64 s_steps = 0; // of the outermost action
+    static inline qint64 s_cost = 0; // since the outermost action began
     static inline bool s_abandoned = false;
 
     bool m_mayGoOn;

@@ -7,6 +7,8 @@
 #include "kernel/vdeclare.h"
 #include "kernel/vevent.h"
 
+#include <algorithm>
+
 namespace action
 {
 namespace

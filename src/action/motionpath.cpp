@@ -13,6 +13,7 @@
 #include "kernel/zylobject.h"
 #include "security/asnvalue.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace action

@@ -5,8 +5,21 @@
 #include "kernel/vdeclare.h"
 #include "kernel/vevent.h"
 
+#include <algorithm>
+#include <numeric>
+
 namespace action
 {
+using geometry::Vector2i;
+
+namespace
+{
+bool isBefore(const Vector2i& a, const Vector2i& b)
+{
+    return a.x != b.x ? a.x < b.x : a.y < b.y;
+}
+} // namespace
+
 struct NodeInput::Meta {
     static constexpr auto changed = declare::overload<int, double>(&NodeInput::valueChanged);
     static constexpr declare::Signals signalTable{
@@ -48,12 +61,20 @@ void NodeInput::stateChanged(int input, double state)
 void NodeInput::setInputs(const geometry::Vector2iArray& inputs)
 {
     m_inputs = geometry::Vector2iArray(inputs.copy());
+    m_order.resize(m_inputs.size());
+    std::iota(m_order.begin(), m_order.end(), 0);
+    const Vector2i* const addresses = m_inputs.data();
+    std::stable_sort(m_order.begin(), m_order.end(),
+                     [=](int a, int b) { return isBefore(addresses[a], addresses[b]); });
 }
 
-int NodeInput::indexOf(const geometry::Vector2i& address) const
+int NodeInput::indexOf(const Vector2i& address) const
 {
-    const auto* const found = std::find(m_inputs.begin(), m_inputs.end(), address);
-    return found == m_inputs.end() ? -1 : int(found - m_inputs.begin());
+    const Vector2i* const addresses = m_inputs.data();
+    const auto found =
+        std::lower_bound(m_order.begin(), m_order.end(), address,
+                         [=](int a, const Vector2i& b) { return isBefore(addresses[a], b); });
+    return found != m_order.end() && addresses[*found] == address ? *found : -1;
 }
 
 template <auto Signal>
@@ -87,7 +108,9 @@ bool NodeInput::evaluate(int input, const QString& text)
 VFormatIO& NodeInput::read(VFormatIO& io)
 {
     Action::read(io);
-    return zylfields::read(io, *this, Meta::fieldTable);
+    zylfields::read(io, *this, Meta::fieldTable);
+    setInputs(geometry::Vector2iArray(m_inputs));
+    return io;
 }
 
 VFormatIO& NodeInput::write(VFormatIO& io) const

@@ -5,6 +5,8 @@
 
 #include <qstring.h>
 
+#include <vector>
+
 namespace action
 {
 /// The door by which measured values come in.
@@ -54,5 +56,6 @@ private:
     bool emitValue(int input, double value);
 
     geometry::Vector2iArray m_inputs;
+    std::vector<int> m_order; // the inputs by their addresses, equal ones by their index
 };
 } // namespace action

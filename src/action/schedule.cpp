@@ -4,6 +4,7 @@
 #include "action/animationcurve_p.h"
 #include "security/asnvalue.h"
 
+#include <algorithm>
 #include <memory>
 #include <string_view>
 

@@ -8,6 +8,8 @@
 #include "kernel/vproperties.h"
 #include "kernel/zylobject.h"
 
+#include <algorithm>
+
 namespace action
 {
 using geometry::Matrix4f;

@@ -106,8 +106,8 @@ TEST(Calculator, HasItsTypeAsAProperty)
 TEST(NodeInput, TakesValuesOfAddresses)
 {
     NodeInput input;
-    const Vector2i addresses[] = {{3, 1}, {3, 2}, {4, 1}};
-    input.setInputs(geometry::Vector2iArray(addresses, 3));
+    const Vector2i addresses[] = {{3, 1}, {3, 2}, {4, 1}, {-4, 9}, {3, 2}};
+    input.setInputs(geometry::Vector2iArray(addresses, 5));
     EXPECT_FALSE(input.evaluate(Vector2i(3, 2), 2.5)); // nobody listens
     Changes values, states;
     const auto valueLink =
@@ -120,10 +120,12 @@ TEST(NodeInput, TakesValuesOfAddresses)
     EXPECT_TRUE(input.evaluate(Vector2i(3, 2), 2.5));
     EXPECT_TRUE(input.evaluate(Vector2i(3, 1), 4));
     EXPECT_TRUE(input.evaluate(Vector2i(4, 1), text("open")));
-    EXPECT_FALSE(input.evaluate(Vector2i(1, 3), 2.5));
+    EXPECT_TRUE(input.evaluate(Vector2i(-4, 9), 0));
+    for (const Vector2i& other : {Vector2i(1, 3), Vector2i(3, 0), Vector2i(3, 3), Vector2i(9, 9)})
+        EXPECT_FALSE(input.evaluate(other, 2.5));
     EXPECT_TRUE(input.evaluate(17, 1.5)); // no address, so as it is
     EXPECT_THAT(values, ElementsAre(testing::Pair(1, 2.5), testing::Pair(17, 1.5)));
-    EXPECT_THAT(states, ElementsAre(testing::Pair(0, 4.0)));
+    EXPECT_THAT(states, ElementsAre(testing::Pair(0, 4.0), testing::Pair(3, 0.0)));
     EXPECT_THAT(receiver.texts, ElementsAre("open"));
     EXPECT_THAT(receiver.details, ElementsAre(6));
 }
