@@ -14,15 +14,15 @@ VActionEvent::~VActionEvent() = default;
 
 VMouseEvent::VMouseEvent(VEvent::Type type, const geometry::Vector2i& position, int button,
                          int state)
-    : VEvent(type), m_position(position), m_globalPosition(VCursor::pos()),
+    : VEvent(type), VAcceptance(true), m_position(position), m_globalPosition(VCursor::pos()),
       m_button(static_cast<unsigned short>(button)), m_state(static_cast<unsigned short>(state))
 {
 }
 
 VWheelEvent::VWheelEvent(const geometry::Vector2i& position, int delta, int state,
                          Zyl::Orientation orientation)
-    : VEvent(Wheel), m_position(position), m_globalPosition(VCursor::pos()), m_delta(delta),
-      m_state(static_cast<unsigned short>(state)), m_orientation(orientation)
+    : VEvent(Wheel), VAcceptance(true), m_position(position), m_globalPosition(VCursor::pos()),
+      m_delta(delta), m_state(static_cast<unsigned short>(state)), m_orientation(orientation)
 {
 }
 
@@ -35,8 +35,8 @@ VContextMenuEvent::VContextMenuEvent(Reason reason, const geometry::Vector2i& po
 VTabletEvent::VTabletEvent(VEvent::Type type, const geometry::Vector2i& position,
                            const geometry::Vector2i& globalPosition, int device, int pressure,
                            int xTilt, int yTilt, unsigned serial, unsigned tool)
-    : VEvent(type), m_position(position), m_globalPosition(globalPosition), m_device(device),
-      m_pressure(pressure), m_xTilt(xTilt), m_yTilt(yTilt), m_unique{serial, tool}
+    : VEvent(type), VAcceptance(true), m_position(position), m_globalPosition(globalPosition),
+      m_device(device), m_pressure(pressure), m_xTilt(xTilt), m_yTilt(yTilt), m_unique{serial, tool}
 {
 }
 

@@ -60,9 +60,23 @@ private:
     int m_type;
 };
 
+/// What an event has whose receiver may take it or pass it on.
+class ZYL_EXPORT VAcceptance
+{
+public:
+    explicit VAcceptance(bool isAccepted) : m_accepted(isAccepted) {}
+
+    bool isAccepted() const { return m_accepted; }
+    void accept() { m_accepted = true; }
+    void ignore() { m_accepted = false; }
+
+private:
+    bool m_accepted;
+};
+
 /// A press, release, double click or move. The global position is that of the pointer when the
 /// event is made.
-class ZYL_EXPORT VMouseEvent : public VEvent
+class ZYL_EXPORT VMouseEvent : public VEvent, public VAcceptance
 {
 public:
     VMouseEvent(VEvent::Type type, const geometry::Vector2i& position, int button, int state);
@@ -82,20 +96,15 @@ public:
     /// Buttons and modifiers just after it: the button of the event is toggled.
     int stateAfter() const { return m_state ^ m_button; }
 
-    bool isAccepted() const { return m_accepted; }
-    void accept() { m_accepted = true; }
-    void ignore() { m_accepted = false; }
-
 private:
     geometry::Vector2i m_position;
     geometry::Vector2i m_globalPosition;
     unsigned short m_button;
     unsigned short m_state;
-    bool m_accepted = true;
 };
 
 /// A turn of the wheel; `delta` is in eighths of a degree, positive away from the user.
-class ZYL_EXPORT VWheelEvent : public VEvent
+class ZYL_EXPORT VWheelEvent : public VEvent, public VAcceptance
 {
 public:
     VWheelEvent(const geometry::Vector2i& position, int delta, int state,
@@ -108,16 +117,11 @@ public:
     int state() const { return m_state; }
     Zyl::Orientation orientation() const { return m_orientation; }
 
-    bool isAccepted() const { return m_accepted; }
-    void accept() { m_accepted = true; }
-    void ignore() { m_accepted = false; }
-
 private:
     geometry::Vector2i m_position;
     geometry::Vector2i m_globalPosition;
     int m_delta;
     unsigned short m_state;
-    bool m_accepted = true;
     Zyl::Orientation m_orientation;
 };
 
@@ -143,7 +147,7 @@ private:
 };
 
 /// A move of a tablet's pen. Pressure runs from 0 to 255, the tilts from -60 to 60 degrees.
-class ZYL_EXPORT VTabletEvent : public VEvent
+class ZYL_EXPORT VTabletEvent : public VEvent, public VAcceptance
 {
 public:
     VTabletEvent(VEvent::Type type, const geometry::Vector2i& position,
@@ -162,10 +166,6 @@ public:
     unsigned uniqueSerial() const { return m_unique[0]; }
     unsigned uniqueTool() const { return m_unique[1]; }
 
-    bool isAccepted() const { return m_accepted; }
-    void accept() { m_accepted = true; }
-    void ignore() { m_accepted = false; }
-
 private:
     geometry::Vector2i m_position;
     geometry::Vector2i m_globalPosition;
@@ -174,7 +174,6 @@ private:
     int m_xTilt;
     int m_yTilt;
     unsigned m_unique[2];
-    bool m_accepted = true;
 };
 
 /// A change of the keyboard focus. The reason is one for the process: the layer that moves the
@@ -239,7 +238,7 @@ private:
 
 /// A value on its way from an action to a node or material: a code that says what to do, a pointer
 /// to the value, and a detail number. A handler that takes it marks it accepted and returns true.
-class ZYL_EXPORT VActionEvent : public VCustomEvent
+class ZYL_EXPORT VActionEvent : public VCustomEvent, public VAcceptance
 {
 public:
     /// What the value is, and what becomes of it.
@@ -256,7 +255,8 @@ public:
         SetCamera = 1020        ///< the camera to look through, as a `ZYLObject*`
     };
 
-    VActionEvent(int code, void* value, int detail = -1) : VCustomEvent(code), m_detail(detail)
+    VActionEvent(int code, void* value, int detail = -1)
+        : VCustomEvent(code), VAcceptance(false), m_detail(detail)
     {
         setData(value);
     }
@@ -275,11 +275,6 @@ public:
     int detail() const { return m_detail; }
     void setDetail(int detail) { m_detail = detail; }
 
-    bool isAccepted() const { return m_accepted; }
-    void accept() { m_accepted = true; }
-    void ignore() { m_accepted = false; }
-
 private:
     int m_detail;
-    bool m_accepted = false;
 };
