@@ -447,31 +447,25 @@ bool zyl_write_dib(QDataStream& stream, VImage image)
     return written;
 }
 
-void VBMPImageHandler::read(VImageIO* io)
+bool readBmp(DeviceReader& in, VImage& image)
 {
-    DeviceReader in(io->ioDevice());
     const uchar* bytes = in.take(fileHeaderSize);
     if (!bytes || bytes[0] != 'B' || bytes[1] != 'M')
-        return;
+        return false;
     const quint32 pixelPos = little<quint32>(bytes + 10);
-    VImage image;
-    if (!readDib(in, fileHeaderSize, pixelPos, image))
-        return;
-    io->setImage(image);
-    io->setStatus(0);
+    return readDib(in, fileHeaderSize, pixelPos, image);
 }
 
-void VBMPImageHandler::write(VImageIO* io)
+bool writeBmp(VImageIO& io)
 {
-    const VImage image = writable(io->image());
+    const VImage image = writable(io.image());
     if (image.isNull())
-        return;
-    QDataStream stream(io->ioDevice());
+        return false;
+    QDataStream stream(io.ioDevice());
     Writer writer(stream);
     const qint64 data = Writer::lineSize(image, Writer::bitCount(image)) * image.height();
     const int front = fileHeaderSize + infoHeaderSize + 4 * Writer::colorCount(image);
     stream.writeRawData("BM", 2);
     stream << quint32(front + data) << qint16(0) << qint16(0) << quint32(front);
-    if (writer.write(image))
-        io->setStatus(0);
+    return writer.write(image);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kernel/vdevicereader_p.h"
 #include "kernel/vimageio.h"
 
 #include <memory>
@@ -35,37 +36,42 @@ void exchangeColors(VImage& image);
 /// The name for a C array: the file's name without folders, from its first letter on, or "dummy".
 QByteArray arrayName(const VImageIO& io);
 
-class VBMPImageHandler : public VImageHandler
+bool readBmp(DeviceReader& in, VImage& image);
+bool writeBmp(VImageIO& io);
+bool readPnm(DeviceReader& in, VImage& image);
+bool writePnm(VImageIO& io);
+bool readXbm(DeviceReader& in, VImage& image);
+bool writeXbm(VImageIO& io);
+bool readXpm(DeviceReader& in, VImage& image);
+bool writeXpm(VImageIO& io);
+
+/// A format that is no more than a reader and a writer. The writer's image isn't null.
+template <bool (*Read)(DeviceReader&, VImage&), bool (*Write)(VImageIO&)>
+class CodecImageHandler : public VImageHandler
 {
 public:
     using VImageHandler::VImageHandler;
-    void read(VImageIO* io) override;
-    void write(VImageIO* io) override;
+
+    void read(VImageIO* io) override
+    {
+        DeviceReader in(io->ioDevice());
+        VImage image;
+        if (!Read(in, image))
+            return;
+        io->setImage(image);
+        io->setStatus(0);
+    }
+    void write(VImageIO* io) override
+    {
+        if (!io->image().isNull() && Write(*io))
+            io->setStatus(0);
+    }
 };
 
-class VPBMImageHandler : public VImageHandler
-{
-public:
-    using VImageHandler::VImageHandler;
-    void read(VImageIO* io) override;
-    void write(VImageIO* io) override;
-};
-
-class VXBMImageHandler : public VImageHandler
-{
-public:
-    using VImageHandler::VImageHandler;
-    void read(VImageIO* io) override;
-    void write(VImageIO* io) override;
-};
-
-class VXPMImageHandler : public VImageHandler
-{
-public:
-    using VImageHandler::VImageHandler;
-    void read(VImageIO* io) override;
-    void write(VImageIO* io) override;
-};
+using VBMPImageHandler = CodecImageHandler<readBmp, writeBmp>;
+using VPBMImageHandler = CodecImageHandler<readPnm, writePnm>;
+using VXBMImageHandler = CodecImageHandler<readXbm, writeXbm>;
+using VXPMImageHandler = CodecImageHandler<readXpm, writeXpm>;
 
 class VSgiImageHandler : public VImageHandler
 {

@@ -107,6 +107,15 @@ void vCleanupPngIO()
     builtIn->erase(found);
 }
 
+namespace
+{
+template <class Handler>
+std::unique_ptr<VImageHandler> make(const char* name, const char* header, const QCString& flags)
+{
+    return std::make_unique<Handler>(name, header, flags);
+}
+} // namespace
+
 void zyl_init_image_handlers()
 {
     struct Format {
@@ -115,28 +124,16 @@ void zyl_init_image_handlers()
         const char* flags;
         std::unique_ptr<VImageHandler> (*make)(const char*, const char*, const QCString&);
     };
-    constexpr auto bmp = [](const char* name, const char* header, const QCString& flags) {
-        return std::unique_ptr<VImageHandler>(new VBMPImageHandler(name, header, flags));
-    };
-    constexpr auto pbm = [](const char* name, const char* header, const QCString& flags) {
-        return std::unique_ptr<VImageHandler>(new VPBMImageHandler(name, header, flags));
-    };
-    constexpr auto xbm = [](const char* name, const char* header, const QCString& flags) {
-        return std::unique_ptr<VImageHandler>(new VXBMImageHandler(name, header, flags));
-    };
-    constexpr auto xpm = [](const char* name, const char* header, const QCString& flags) {
-        return std::unique_ptr<VImageHandler>(new VXPMImageHandler(name, header, flags));
-    };
     static constexpr Format formats[] = {
-        {"BMP", "^BM", "", bmp},
-        {"PBM", "^P1", "t", pbm},
-        {"PBMRAW", "^P4", "O", pbm},
-        {"PGM", "^P2", "t", pbm},
-        {"PGMRAW", "^P5", "O", pbm},
-        {"PPM", "^P3", "t", pbm},
-        {"PPMRAW", "^P6", "O", pbm},
-        {"XBM", "^#define", "T", xbm},
-        {"XPM", "/\\*.XPM.\\*/", "T", xpm},
+        {"BMP", "^BM", "", make<VBMPImageHandler>},
+        {"PBM", "^P1", "t", make<VPBMImageHandler>},
+        {"PBMRAW", "^P4", "O", make<VPBMImageHandler>},
+        {"PGM", "^P2", "t", make<VPBMImageHandler>},
+        {"PGMRAW", "^P5", "O", make<VPBMImageHandler>},
+        {"PPM", "^P3", "t", make<VPBMImageHandler>},
+        {"PPMRAW", "^P6", "O", make<VPBMImageHandler>},
+        {"XBM", "^#define", "T", make<VXBMImageHandler>},
+        {"XPM", "/\\*.XPM.\\*/", "T", make<VXPMImageHandler>},
     };
     imageHandlerList();
     if (!builtInDefined) {

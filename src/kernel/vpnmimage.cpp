@@ -143,53 +143,6 @@ bool readRawColors(DeviceReader& in, VImage& image, int maximum)
     return true;
 }
 
-bool readImage(DeviceReader& in, VImage& image)
-{
-    if (in.get() != 'P')
-        return false;
-    const int type = in.get() - '0';
-    if (type < 1 || type > 6 || !isBlank(in.get()))
-        return false;
-    const int width = readInteger(in);
-    const int height = readInteger(in);
-    const bool isBitmap = type == 1 || type == 4;
-    const int maximum = isBitmap ? 1 : readInteger(in);
-    const int depth = isBitmap ? 1 : type == 2 || type == 5 ? 8 : 32;
-    if (width < 1 || height < 1 || maximum < 1 || maximum > 255)
-        return false;
-    // Nothing is set aside for a picture whose pixels can't be there: text takes a byte a bit, or
-    // two a number.
-    const qint64 pixels = qint64(width) * height;
-    const qint64 least = type == 4     ? (qint64(width) + 7) / 8 * height
-                         : depth == 32 ? pixels * (type == 3 ? 6 : 3) - (type == 3)
-                                       : pixels * (type == 2 ? 2 : 1) - (type == 2);
-    if (least > in.remaining() || !VImage::checkAllocation(width, height, depth) ||
-        !image.create(width, height, depth,
-                      depth == 1   ? 2
-                      : depth == 8 ? 256
-                                   : 0,
-                      depth == 1 ? VImage::BigEndian : VImage::IgnoreEndian))
-        return false;
-    if (depth == 1)
-        setMonochromeTable(image);
-    for (int i = 0; depth == 8 && i < 256; ++i)
-        image.setColor(i, 0xFF000000u | scaled(i, maximum) * 0x010101u);
-    switch (type) {
-    case 1:
-        return readAsciiBits(in, image);
-    case 2:
-        return readAsciiGray(in, image);
-    case 3:
-        return readAsciiColors(in, image, maximum);
-    case 4:
-        return readRawLines(in, image, (width + 7) / 8);
-    case 5:
-        return readRawLines(in, image, width);
-    default:
-        return readRawColors(in, image, maximum);
-    }
-}
-
 bool put(QIODevice* device, const void* bytes, qint64 count)
 {
     return device->write(static_cast<const char*>(bytes), count) == count;
@@ -265,22 +218,55 @@ bool writeImage(QIODevice* device, VImage image, const QByteArray& format)
 }
 } // namespace
 
-void VPBMImageHandler::read(VImageIO* io)
+bool readPnm(DeviceReader& in, VImage& image)
 {
-    DeviceReader in(io->ioDevice());
-    VImage image;
-    if (!readImage(in, image))
-        return;
-    io->setImage(image);
-    io->setStatus(0);
+    if (in.get() != 'P')
+        return false;
+    const int type = in.get() - '0';
+    if (type < 1 || type > 6 || !isBlank(in.get()))
+        return false;
+    const int width = readInteger(in);
+    const int height = readInteger(in);
+    const bool isBitmap = type == 1 || type == 4;
+    const int maximum = isBitmap ? 1 : readInteger(in);
+    const int depth = isBitmap ? 1 : type == 2 || type == 5 ? 8 : 32;
+    if (width < 1 || height < 1 || maximum < 1 || maximum > 255)
+        return false;
+    // Nothing is set aside for a picture whose pixels can't be there: text takes a byte a bit, or
+    // two a number.
+    const qint64 pixels = qint64(width) * height;
+    const qint64 least = type == 4     ? (qint64(width) + 7) / 8 * height
+                         : depth == 32 ? pixels * (type == 3 ? 6 : 3) - (type == 3)
+                                       : pixels * (type == 2 ? 2 : 1) - (type == 2);
+    if (least > in.remaining() || !VImage::checkAllocation(width, height, depth) ||
+        !image.create(width, height, depth,
+                      depth == 1   ? 2
+                      : depth == 8 ? 256
+                                   : 0,
+                      depth == 1 ? VImage::BigEndian : VImage::IgnoreEndian))
+        return false;
+    if (depth == 1)
+        setMonochromeTable(image);
+    for (int i = 0; depth == 8 && i < 256; ++i)
+        image.setColor(i, 0xFF000000u | scaled(i, maximum) * 0x010101u);
+    switch (type) {
+    case 1:
+        return readAsciiBits(in, image);
+    case 2:
+        return readAsciiGray(in, image);
+    case 3:
+        return readAsciiColors(in, image, maximum);
+    case 4:
+        return readRawLines(in, image, (width + 7) / 8);
+    case 5:
+        return readRawLines(in, image, width);
+    default:
+        return readRawColors(in, image, maximum);
+    }
 }
 
-void VPBMImageHandler::write(VImageIO* io)
+bool writePnm(VImageIO& io)
 {
-    if (io->image().isNull())
-        return;
     // "PBMRAW" and its like are the same formats under their old names.
-    const QByteArray format = QByteArray(io->format().data()).left(3);
-    if (writeImage(io->ioDevice(), io->image(), format))
-        io->setStatus(0);
+    return writeImage(io.ioDevice(), io.image(), QByteArray(io.format().data()).left(3));
 }

@@ -71,16 +71,14 @@ int nextByte(DeviceReader& in)
 }
 } // namespace
 
-void VXBMImageHandler::read(VImageIO* io)
+bool readXbm(DeviceReader& in, VImage& image)
 {
-    DeviceReader in(io->ioDevice());
     const int width = definedNumber(in);
     const int height = definedNumber(in);
-    VImage image;
     if (width < 1 || width > sizeLimit || height < 1 || height > sizeLimit ||
         !VImage::checkAllocation(width, height, 1) ||
         !image.create(width, height, 1, 2, VImage::LittleEndian))
-        return;
+        return false;
     clearPixels(image);
     setMonochromeTable(image);
     // A file that ends early leaves the rest white.
@@ -95,21 +93,18 @@ void VXBMImageHandler::read(VImageIO* io)
                 line[x] = uchar(byte);
         }
     }
-    io->setImage(image);
-    io->setStatus(0);
+    return true;
 }
 
-void VXBMImageHandler::write(VImageIO* io)
+bool writeXbm(VImageIO& io)
 {
-    VImage image = io->image();
-    if (image.isNull())
-        return;
+    VImage image = io.image();
     if (image.depth() != 1)
         image = image.convertDepth(1);
     if (image.bitOrder() != VImage::LittleEndian)
         image = image.convertBitOrder(VImage::LittleEndian);
     const uchar complement = isDarkFirst(image) ? 0xFF : 0;
-    const QByteArray name = arrayName(*io);
+    const QByteArray name = arrayName(io);
     QByteArray text = "#define " + name + "_width " + QByteArray::number(image.width()) +
                       "\n#define " + name + "_height " + QByteArray::number(image.height()) +
                       "\nstatic char " + name + "_bits[] = {\n ";
@@ -126,12 +121,11 @@ void VXBMImageHandler::write(VImageIO* io)
             text.append(hex, sizeof hex);
         }
         if (text.size() > 65536) {
-            if (io->ioDevice()->write(text) != text.size())
-                return;
+            if (io.ioDevice()->write(text) != text.size())
+                return false;
             text.clear();
         }
     }
     text += "};\n";
-    if (io->ioDevice()->write(text) == text.size())
-        io->setStatus(0);
+    return io.ioDevice()->write(text) == text.size();
 }

@@ -341,19 +341,13 @@ bool readXpmArray(const char* const* lines, VImage& image)
     return readXpm(source, image);
 }
 
-void VXPMImageHandler::read(VImageIO* io)
+bool readXpm(DeviceReader& in, VImage& image)
 {
-    DeviceReader in(io->ioDevice());
     LineSource source(&in);
-    VImage image;
-    if (!readXpm(source, image))
-        return;
-    io->setImage(image);
-    io->setStatus(0);
+    return readXpm(source, image);
 }
 
-void VXPMImageHandler::write(VImageIO* io)
+bool writeXpm(VImageIO& io)
 {
-    if (!io->image().isNull() && writeXpm(io->ioDevice(), io->image(), arrayName(*io)))
-        io->setStatus(0);
+    return writeXpm(io.ioDevice(), io.image(), arrayName(io));
 }
