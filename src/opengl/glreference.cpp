@@ -185,7 +185,10 @@ bool GL_Reference::hasTransform(geometry::Matrix4f& matrix) const
 void GL_Reference::bounds(geometry::Box3f& box) const
 {
     TargetBoxes& boxes = targetBoxes;
-    if (!m_object || boxes.depth >= GL_Traversal::referenceLimit)
+    if (!m_object)
+        return;
+    box.makeEmpty();
+    if (boxes.depth == GL_Traversal::referenceLimit)
         return;
     if (boxes.depth == 0 && boxes.changes != m_changes) {
         boxes.known.clear();
