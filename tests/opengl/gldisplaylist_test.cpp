@@ -20,9 +20,9 @@ TEST_F(GL_DisplayListTest, RecordsAndCallsEachOfItsLists)
         lists.close();
         lists.call(2);
         const std::string third = std::to_string(lists.base() + 2);
-        EXPECT_THAT(gl.take(), ElementsAre("glGenLists(3)", "glNewList(" + third + ", GL_COMPILE)",
-                                           "glPointSize(3)", "glEndList()",
-                                           "glCallList(" + third + ")"));
+        EXPECT_THAT(gl.take(),
+                    ElementsAre("glGenLists(3)", "glNewList(" + third + ", GL_COMPILE)",
+                                "glPointSize(3)", "glEndList()", "glCallList(" + third + ")"));
     }
     EXPECT_THAT(gl.take(), ElementsAre("glDeleteLists(" + base + ", 3)"));
 }

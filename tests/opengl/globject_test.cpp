@@ -60,19 +60,13 @@ TEST(GL_ObjectList, FollowsPathsThroughGroups)
     const struct {
         const char* path;
         const GL_Object* found;
-    } cases[] = {{"arm", tree.group},
-                 {"/arm", tree.group},
-                 {"arm/hand", tree.hand},
-                 {"//arm///hand", tree.hand},
+    } cases[] = {{"arm", tree.group},     {"/arm", tree.group},
+                 {"arm/hand", tree.hand}, {"//arm///hand", tree.hand},
                  {"leaf/hand", nullptr}, // no group
-                 {"arm/hand/x", nullptr},
-                 {"arm/", nullptr},
-                 {"arm//", nullptr},
-                 {"/", nullptr},
-                 {"", nullptr},
-                 {nullptr, nullptr},
-                 {"arm/foot", nullptr},
-                 {"ar", nullptr}};
+                 {"arm/hand/x", nullptr}, {"arm/", nullptr},
+                 {"arm//", nullptr},      {"/", nullptr},
+                 {"", nullptr},           {nullptr, nullptr},
+                 {"arm/foot", nullptr},   {"ar", nullptr}};
     for (const auto& c : cases)
         EXPECT_EQ(tree.root.findPath(c.path), c.found) << (c.path ? c.path : "(null)");
     EXPECT_EQ(tree.root.findName(""), nullptr); // although one has that name
@@ -96,7 +90,7 @@ TEST(GL_Object, WritesWhatIsNotTheDefault)
 {
     GL_Object object;
     EXPECT_EQ(textOf(object), "");
-    EXPECT_EQ(bytesOf(object), "03020100"); // the word ends the object, and so is never left out
+    EXPECT_EQ(bytesOf(object), "030200"); // a zero has no octets, and the word is never left out
     object.setName("box");
     object.setColor(VColor(0xFF804020u));
     object.setFlags(0xC0000274u);
@@ -187,10 +181,9 @@ TEST_F(GL_ObjectDrawing, DrawsEveryEdgeAndCornerOfABox)
     const geometry::Box3f box(1, 2, 3, 4, 5, 6);
     GLRecorder gl;
     GL_Object::drawBox(box);
-    EXPECT_THAT(gl.take(),
-                ElementsAre("glBegin(GL_LINE_LOOP)", c[0], c[1], c[2], c[3], c[4], c[5], c[6], c[7],
-                            "glEnd()", "glBegin(GL_LINES)", c[0], c[3], c[4], c[7], c[1], c[6],
-                            c[2], c[5], "glEnd()"));
+    EXPECT_THAT(gl.take(), ElementsAre("glBegin(GL_LINE_LOOP)", c[0], c[1], c[2], c[3], c[4], c[5],
+                                       c[6], c[7], "glEnd()", "glBegin(GL_LINES)", c[0], c[3], c[4],
+                                       c[7], c[1], c[6], c[2], c[5], "glEnd()"));
     GL_Object::drawHandles(box);
     EXPECT_THAT(gl.take(), ElementsAre("glBegin(GL_POINTS)", c[0], c[1], c[2], c[3], c[4], c[5],
                                        c[6], c[7], "glEnd()"));

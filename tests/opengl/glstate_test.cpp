@@ -29,9 +29,9 @@ TEST_F(GL_StateTest, AsksOnceAndSendsOnlyChanges)
     state.setShadeModel(GL_SMOOTH);
     state.setFrontFace(GL_CW);
     state.setFrontFace(GL_CW);
-    EXPECT_THAT(gl.take(), ElementsAre("glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)",
-                                       "glShadeModel(GL_FLAT)", "glShadeModel(GL_SMOOTH)",
-                                       "glFrontFace(GL_CW)"));
+    EXPECT_THAT(gl.take(),
+                ElementsAre("glPolygonMode(GL_FRONT_AND_BACK, GL_FILL)", "glShadeModel(GL_FLAT)",
+                            "glShadeModel(GL_SMOOTH)", "glFrontFace(GL_CW)"));
     state.forget();
     state.setPolygonMode(GL_FILL);
     state.setEnabled(GL_State::Lighting, true);
@@ -53,12 +53,11 @@ TEST_F(GL_StateTest, KnowsEachFacesMaterial)
     state.setShininess(GL_BACK, 3);
     state.setShininess(GL_FRONT_AND_BACK, 3);
     state.setShininess(GL_FRONT, 3);
-    EXPECT_THAT(gl.take(),
-                ElementsAre("glMaterialfv(GL_FRONT, GL_DIFFUSE, {1, 0, 0, 1})",
-                            "glMaterialfv(GL_FRONT, GL_AMBIENT, {1, 0, 0, 1})",
-                            "glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, {1, 0, 0, 1})",
-                            "glMaterialf(GL_BACK, GL_SHININESS, 3)",
-                            "glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, 3)"));
+    EXPECT_THAT(gl.take(), ElementsAre("glMaterialfv(GL_FRONT, GL_DIFFUSE, {1, 0, 0, 1})",
+                                       "glMaterialfv(GL_FRONT, GL_AMBIENT, {1, 0, 0, 1})",
+                                       "glMaterialfv(GL_FRONT_AND_BACK, GL_DIFFUSE, {1, 0, 0, 1})",
+                                       "glMaterialf(GL_BACK, GL_SHININESS, 3)",
+                                       "glMaterialf(GL_FRONT_AND_BACK, GL_SHININESS, 3)"));
     state.forgetMaterials();
     state.setMaterial(GL_BACK, GL_DIFFUSE, red);
     EXPECT_EQ(gl.count("glMaterialfv"), 1);
@@ -78,8 +77,9 @@ TEST_F(GL_StateTest, GivesBackWhatWasBorrowed)
     state.borrow(); // what stands isn't what was borrowed
     GLRecorder gl;
     state.settle();
-    EXPECT_THAT(gl.take(), ElementsAre("glDisable(GL_CULL_FACE)", "glColor4fv({0.25, 0.5, 0.75, 1})",
-                                       "glNormal3fv({0, 1, 0})", "glTexCoord4fv({0.5, 0.25, 0, 1})"));
+    EXPECT_THAT(gl.take(),
+                ElementsAre("glDisable(GL_CULL_FACE)", "glColor4fv({0.25, 0.5, 0.75, 1})",
+                            "glNormal3fv({0, 1, 0})", "glTexCoord4fv({0.5, 0.25, 0, 1})"));
     state.settle();
     EXPECT_THAT(gl.take(), IsEmpty());
     glTexCoord2f(0, 0);

@@ -179,7 +179,8 @@ int GLRecorder::count(const char* function) const
 
 void GLRecorder::add(std::string call)
 {
-    active->m_calls.push_back(std::move(call));
+    if (active)
+        active->m_calls.push_back(std::move(call));
 }
 
 bool GLRecorder::isActive()

@@ -23,6 +23,7 @@ public:
     /// How often a function was called since the last `take`.
     int count(const char* function) const;
 
+    /// Enters something else among the calls, while one records.
     static void add(std::string call);
     static bool isActive();
 
