@@ -31,8 +31,8 @@ struct Hit {
     }
 };
 
-/// Walks the records of a selection buffer that are whole, `hits` of them or, if that is negative
-/// because the buffer overflowed, all.
+/// Walks the records of a selection buffer that are whole and name something: the first `hits`
+/// records or, if that is negative because the buffer overflowed, all.
 class HitRecords
 {
 public:
@@ -44,11 +44,13 @@ public:
 
     bool next(Hit& hit)
     {
-        if (m_left == 0 || m_end - m_next < 3 || std::size_t(m_end - m_next) - 3 < m_next[0])
-            return false;
-        hit = Hit{m_next[0], m_next[1], m_next[2], m_next + 3};
-        m_next = hit.names + hit.count;
-        --m_left;
+        do {
+            if (m_left == 0 || m_end - m_next < 3 || std::size_t(m_end - m_next) - 3 < m_next[0])
+                return false;
+            hit = Hit{m_next[0], m_next[1], m_next[2], m_next + 3};
+            m_next = hit.names + hit.count;
+            --m_left;
+        } while (hit.count == 0);
         return true;
     }
 
@@ -175,8 +177,6 @@ GL_Object* GL_Viewer::processHits(const VMemArray<unsigned>& buffer, int hits)
     bool bestIsHandle = false;
     HitRecords records(buffer, hits);
     for (Hit hit; records.next(hit);) {
-        if (hit.count == 0)
-            continue;
         const bool isHandle = hit.names[0] >= manipulatorName;
         const bool wins = isHandle ? !bestIsHandle || hit.minDepth < best.minDepth
                                    : !bestIsHandle && (best.count == 0 || hit.isBetter(best));
