@@ -24,7 +24,7 @@ constexpr float handlePixels = 60; // from the origin to a handle's tip
 constexpr float tip = 0.08f;       // half the width of a tip, as a part of that
 constexpr int circleSegments = 48;
 /// A plane or a line that the pointer's ray meets at less than this sine tells no place.
-constexpr float leastSine = 0.1f;
+constexpr float leastSine = 0.15f;
 constexpr float largestFactor = 100; // of one step of a drag
 constexpr float doublingPixels = 100;
 
@@ -143,6 +143,13 @@ struct Ray {
     }
 };
 
+/// From a point towards the eye.
+Vector3f toEye(const GL_Viewer* viewer, const Vector3f& point)
+{
+    const bool isPerspective = viewer->testFlags(GL_Viewer::Perspective);
+    return geometry::normalize(isPerspective ? viewer->eyePosition() - point : viewer->eyeVector());
+}
+
 /// The angle by which a turn about the axis takes one pixel to the other.
 bool turnAngle(const GL_Viewer* viewer, const Vector2i& from, const Vector2i& to,
                const Vector3f& center, const Vector3f& axis, float& angle)
@@ -156,7 +163,7 @@ bool turnAngle(const GL_Viewer* viewer, const Vector2i& from, const Vector2i& to
     }
     // Seen from the edge, the near side of the circle follows the pointer.
     const float radius = handlePixels * glyph::pixelSize(viewer, center);
-    const Vector3f along = cross(axis, -start.direction);
+    const Vector3f along = cross(axis, toEye(viewer, center));
     angle = dot(viewer->worldVector(from, to, center), along) / radius;
     return std::isfinite(angle);
 }
@@ -251,12 +258,17 @@ void GL_Manipulator::drawAll(GL_RenderEvent* event, bool named)
     if (!event->viewer || !frame(place))
         return;
     const Vector3f origin = glyph::row(place, 3);
+    const Vector3f towards = toEye(event->viewer, origin);
     const float size = handlePixels * glyph::pixelSize(event->viewer, origin);
     const Overlay overlay;
     if (named)
         glPushName(0);
     for (int handle = X; handle < HandleCount; ++handle) {
         const bool isFree = handle == Free;
+        // An axis seen from its end can't be dragged along, and would cover the free handle.
+        if (!isFree && m_kind != Rotate &&
+            cross(glyph::row(place, handle), towards).length() <= leastSine)
+            continue;
         const Matrix4f& from = isFree ? event->viewer->inverse() : place;
         const auto axis = [&](int i) {
             return geometry::normalize(glyph::row(from, isFree ? i : (handle + 1 + i) % 3)) * size;

@@ -61,8 +61,8 @@ struct GL_Material::Stored {
                    field("refractive", 0x86, &GL_Material::m_refractive, 0),
                    field("transfalloff", 0x87, &GL_Material::m_transfalloff, 0));
     // The text form has other words for these.
-    static constexpr auto binaryOnly = std::tuple(field("", 0x03, &GL_Material::m_flags),
-                                                  field("", 0x88, &GL_Material::m_reserved, 0));
+    static constexpr auto flags = field("", 0x03, &GL_Material::m_flags);
+    static constexpr auto reserved = field("", 0x88, &GL_Material::m_reserved, 0);
     static constexpr const char* textures = "textures";
     static constexpr quint8 texturesTag = 0x31;
 
@@ -149,7 +149,8 @@ VFormatIO& GL_Material::read(VFormatIO& io)
         } else if (tag == Stored::texturesTag) {
             io >> m_textures;
         } else if (!zylfields::take(*data, tag, *this, Stored::numbers) &&
-                   !zylfields::take(*data, tag, *this, Stored::binaryOnly)) {
+                   !zylfields::take(*data, tag, *this,
+                                    std::tuple(Stored::flags, Stored::reserved))) {
             zylfields::putBack(*data, tag);
             break;
         }
@@ -190,7 +191,8 @@ VFormatIO& GL_Material::write(VFormatIO& io) const
         writeText(*stream);
         return io;
     }
-    zylfields::write(io, *this, Stored::binaryOnly);
+    *data << Stored::flags.tag;
+    zylfields::put(*data, m_flags & ~unsigned(Transparent)); // which `init` finds out
     for (const Stored::Color& color : Stored::colors) {
         const VColor value(this->*color.member);
         if (value == VColor(color.neutral))
@@ -199,6 +201,7 @@ VFormatIO& GL_Material::write(VFormatIO& io) const
         zylfields::put(*data, value);
     }
     zylfields::write(io, *this, Stored::numbers);
+    zylfields::write(io, *this, std::tuple(Stored::reserved));
     if (m_textures.size() != 0) {
         *data << Stored::texturesTag;
         io << m_textures;
@@ -248,7 +251,7 @@ void GL_Material::draw(GL_RenderEvent* event)
     state.setMaterial(face, GL_SPECULAR, m_specular);
     state.setMaterial(face, GL_EMISSION, m_emission);
     // GL refuses others, and would keep the shininess of the material before.
-    state.setShininess(face, std::clamp(m_shininess, 0.0f, 128.0f));
+    state.setShininess(face, m_shininess > 0 ? std::min(m_shininess, 128.0f) : 0);
 
     const unsigned index = unsigned(std::max(event->pass, 0));
     const bool isOn = event->viewer && event->viewer->testFlags(GL_Viewer::Textures);

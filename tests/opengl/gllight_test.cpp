@@ -2,7 +2,7 @@
 
 #include "geometry/geometryprinters.h"
 #include "kernel/vevent.h"
-#include "opengl/nodefiles.h"
+#include "opengl/keptvalues.h"
 #include "opengl/nodestage.h"
 
 #include <GL/gl.h>
@@ -20,16 +20,6 @@ namespace
 constexpr unsigned on = GL_Light::On;
 constexpr unsigned positional = GL_Light::Positional;
 
-struct Kept {
-    const char* label;
-    const char* text;  ///< as the writer has it
-    const char* bytes; ///< likewise, in hexadecimal; null where it isn't told
-};
-void PrintTo(const Kept& kept, std::ostream* out)
-{
-    *out << kept.label;
-}
-
 class GLLightFiles : public testing::TestWithParam<Kept>
 {
 };
@@ -37,30 +27,32 @@ class GLLightFiles : public testing::TestWithParam<Kept>
 INSTANTIATE_TEST_SUITE_P(
     Values, GLLightFiles,
     testing::Values(
-        Kept{"nothing", "", "03020100"},
-        Kept{"colours",
-             "name \"l\";\ncolor 0xff00ff00;\nflags 0x11;\nambient 0x00000000;\nspecular "
+        Kept{"nothing", &GL_Light::factory, "", "030200"},
+        Kept{"colours", &GL_Light::factory,
+             "name \"l\";\ncolor 0xff00ff00;\nflags 0x11;\nambient 0x0;\nspecular "
              "0xff0000ff;\n",
-             "1313016c 42020500ff00ff00 03020111 80020100 81020500ff0000ff"},
-        Kept{"place", "position { 1, 2, 3 };\ndirection { 0, 0, 0 };\n", nullptr},
-        Kept{"cone", "spotExponent 6;\nspotCutoff 0.5;\n", "03020100 840903800103 85090380ff01"},
-        Kept{"attenuation",
+             "1313016c 42020500ff00ff00 03020111 800200 81020500ff0000ff"},
+        Kept{"cone", &GL_Light::factory, "spotExponent 6;\nspotCutoff 0.5;\n",
+             "030200 840903800103 85090380ff01"},
+        Kept{"attenuation", &GL_Light::factory,
              "constantAttenuation 0.5;\nlinearAttenuation 6;\nquadraticAttenuation 0.5;\n",
-             "03020100 86090380ff01 870903800103 88090380ff01"}),
-    [](const auto& info) { return std::string(info.param.label); });
+             "030200 86090380ff01 870903800103 88090380ff01"}),
+    nameOfKept);
 
 TEST_P(GLLightFiles, WritesWhatDiffersAndReadsItBack)
 {
-    const Kept& kept = GetParam();
-    GL_Light fromText, fromBytes;
-    readText(fromText, kept.text);
-    EXPECT_EQ(textOf(fromText), kept.text);
-    const std::string bytes = bytesOf(fromText);
-    if (kept.bytes) {
-        EXPECT_EQ(bytes, QByteArray::fromHex(kept.bytes).toHex().toStdString());
-    }
-    EXPECT_EQ(readBytes(fromBytes, bytes + "99"), "99") << "an unknown tag is left alone";
-    EXPECT_EQ(textOf(fromBytes), kept.text);
+    expectKept(GetParam());
+}
+
+TEST(GLLight, KeepsItsPlaceInBothForms)
+{
+    GL_Light light;
+    readText(light, "position { 1, 2, 3 };direction { 0, 0, 0 };");
+    EXPECT_EQ(textOf(light), "position { 1, 2, 3 };\ndirection { 0, 0, 0 };\n");
+    throughFiles(light, [](const GL_Light& copy) {
+        EXPECT_EQ(copy.position(), Vector3f(1, 2, 3));
+        EXPECT_EQ(copy.direction(), Vector3f());
+    });
 }
 
 TEST(GLLight, DiffuseIsTheColourAndWins)
