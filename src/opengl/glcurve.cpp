@@ -42,16 +42,7 @@ void GL_Curve::draw(GL_RenderEvent* event)
     drawShape(event);
     state.setEnabled(GL_State::LineStipple, false);
 
-    const GL_FrameScope frame(event);
-    if (event->scene && event->scene->currentObject() == this) {
-        glPointSize(4);
-        glColor(GL_Viewer::m_handleColor);
-        drawHandles(event);
-        glColor(GL_Viewer::m_selectColor);
-    } else {
-        glColor(GL_Viewer::m_boundColor);
-    }
-    drawHull(event);
+    drawSelected(*this, event);
 }
 
 void GL_Curve::hit(GL_RenderEvent* event)

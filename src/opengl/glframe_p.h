@@ -1,6 +1,8 @@
 #pragma once
 
 #include "opengl/glrenderevent.h"
+#include "opengl/glscene.h"
+#include "opengl/glviewer.h"
 
 #include <GL/gl.h>
 
@@ -34,3 +36,19 @@ public:
     GL_FrameScope(const GL_FrameScope&) = delete;
     GL_FrameScope& operator=(const GL_FrameScope&) = delete;
 };
+
+/// Shows that a shape or curve is selected: its hull, and its handles if it is the current object.
+template <class T>
+void drawSelected(T& node, GL_RenderEvent* event)
+{
+    const GL_FrameScope frame(event);
+    if (event->scene && event->scene->currentObject() == &node) {
+        glPointSize(4);
+        glColor(GL_Viewer::m_handleColor);
+        node.drawHandles(event);
+        glColor(GL_Viewer::m_selectColor);
+    } else {
+        glColor(GL_Viewer::m_boundColor);
+    }
+    node.drawHull(event);
+}

@@ -2,9 +2,7 @@
 
 #include "kernel/vformatio.h"
 #include "opengl/glframe_p.h"
-#include "opengl/glscene.h"
 #include "opengl/gltransform_p.h"
-#include "opengl/glviewer.h"
 
 #include <GL/gl.h>
 
@@ -167,7 +165,7 @@ void GL_Shape::draw(GL_RenderEvent* event)
         }
     }
     if (event->pass <= 0 && isSelected())
-        drawFrame(event);
+        drawSelected(*this, event);
 }
 
 /// Lighting, shading and material.
@@ -214,21 +212,6 @@ void GL_Shape::drawFilled(GL_RenderEvent* event, bool flip, bool hideBack)
     drawShape(event);
     if (flip)
         state.setFrontFace(GL_CCW);
-}
-
-/// Shows that the shape is selected.
-void GL_Shape::drawFrame(GL_RenderEvent* event)
-{
-    const GL_FrameScope frame(event);
-    if (event->scene && event->scene->currentObject() == this) {
-        glPointSize(4);
-        glColor(GL_Viewer::m_handleColor);
-        drawHandles(event);
-        glColor(GL_Viewer::m_selectColor);
-    } else {
-        glColor(GL_Viewer::m_boundColor);
-    }
-    drawHull(event);
 }
 
 void GL_Shape::drawShape(GL_RenderEvent*) {}

@@ -44,8 +44,9 @@ public:
     bool drag(GL_Viewer* viewer, const geometry::Vector2i& from,
               const geometry::Vector2i& to) override;
 
-    /// Draws the shape alone, in its own space. What it changes of GL but the current colour,
-    /// normal and texture coordinates it puts back, or tells the event's `state`.
+    /// Draws the shape alone, in its own space. A lit one gives its own normals: those that stand
+    /// may be another shape's. What it changes of GL but the current colour, normal and texture
+    /// coordinates it puts back, or tells the event's `state`.
     virtual void drawShape(GL_RenderEvent* event);
     /// Show the current object, and a selected one, in the colour that stands. By the bounds here.
     virtual void drawHandles(GL_RenderEvent* event);
@@ -67,7 +68,6 @@ private:
     bool hidesBackFaces(GL_RenderEvent* event) const;
     void applyLook(GL_RenderEvent* event);
     void drawFilled(GL_RenderEvent* event, bool flip, bool hideBack);
-    void drawFrame(GL_RenderEvent* event);
 
     geometry::Matrix4f m_transform;
     GL_Material* m_material = nullptr; // owned by the scene

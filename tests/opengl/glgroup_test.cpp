@@ -214,6 +214,42 @@ TEST_F(GL_GroupDrawing, DrawsWhatTakesPartInOrder)
     EXPECT_TRUE(group.shouldRender(&event));
 }
 
+TEST_F(GL_GroupDrawing, ShowsOtherNodesTheStateFromBeforeTheShapes)
+{
+    struct Watcher : GL_Object {
+        void draw(GL_RenderEvent*) override
+        {
+            ++calls;
+            culled = glIsEnabled(GL_CULL_FACE);
+            glGetFloatv(GL_CURRENT_NORMAL, normal);
+            glGetFloatv(GL_CURRENT_COLOR, color);
+            glColor4f(0, 1, 0, 1); // and leaves this, for the shapes to put back
+        }
+        int calls = 0;
+        bool culled = true;
+        GLfloat normal[4] = {}, color[4] = {};
+    };
+    GL_Group group;
+    for (int i = 0; i < 2; ++i) {
+        TestBox* const box = addBox(group, 0, 0, 0);
+        box->setFlags(GL_Shape::Lit, i == 0);
+        box->setColor(VColor(0xFFFF0000u));
+        group.children().append(new Watcher);
+    }
+    glNormal3f(0, 1, 0);
+    glColor4f(0, 0, 1, 1);
+    pictureOf(group);
+    for (unsigned i = 0; i < 2; ++i) {
+        const auto& watcher = *static_cast<Watcher*>(group.children().at(2 * i + 1));
+        EXPECT_EQ(watcher.calls, 1);
+        EXPECT_FALSE(watcher.culled) << i;
+        EXPECT_EQ(watcher.normal[1], 1) << i;
+        EXPECT_EQ(watcher.color[0], 0) << i;
+        EXPECT_EQ(watcher.color[1], float(i)) << i;
+        EXPECT_EQ(watcher.color[2], float(1 - i)) << i;
+    }
+}
+
 TEST_F(GL_GroupDrawing, NamesChildrenByIndex)
 {
     struct Hidden : GL_Object {
