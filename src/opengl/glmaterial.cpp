@@ -264,12 +264,12 @@ void GL_Material::draw(GL_RenderEvent* event)
     if (index == 0) {
         const bool isBlended = isTextured && m_flags & Blend;
         state.setEnabled(GL_State::Blend, isBlended);
-        state.setEnabled(GL_State::AlphaTest, isBlended);
-        if (isBlended) {
+        if (isBlended)
             glBlendFunc(blendFactor((m_flags & SourceMask) >> sourceShift),
                         blendFactor((m_flags & DestinationMask) >> destinationShift));
+        state.setEnabled(GL_State::AlphaTest, isBlended);
+        if (isBlended)
             glAlphaFunc(GL_GEQUAL, 0.9f);
-        }
     }
     if (isTextured)
         texture->draw(event);

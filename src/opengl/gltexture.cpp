@@ -21,15 +21,19 @@ constexpr GLenum environmentModes[] = {GL_REPLACE, GL_MODULATE, GL_DECAL, GL_BLE
 /// How many references may follow one another. Those of a file can form a ring.
 constexpr int referenceLimit = 256;
 
-/// The pixels of the colour become transparent, all others opaque.
-void cutOut(VImage& image, VColor color)
+/// Makes an image without alpha opaque, but for the pixels of the transparent colour if there is
+/// one. The unused bytes of its pixels can hold anything.
+void setAlpha(VImage& image, const VColor* transparent)
 {
     constexpr unsigned rgb = 0x00FFFFFF;
     image.setAlphaBuffer(true);
     for (int y = 0; y < image.height(); ++y) {
         auto* const line = reinterpret_cast<unsigned*>(image.scanLine(y));
         for (int x = 0; x < image.width(); ++x)
-            line[x] = (line[x] & rgb) | ((line[x] ^ color.pixel()) & rgb ? ~rgb : 0);
+            if (transparent && ((line[x] ^ transparent->pixel()) & rgb) == 0)
+                line[x] &= rgb;
+            else
+                line[x] |= ~rgb;
     }
 }
 
@@ -179,8 +183,8 @@ bool GL_Texture::loadTexture(const QString& file, const VColor* transparent, int
         image = image.mirror();
     } else {
         image = image.convertDepth(32);
-        if (transparent && !image.hasAlphaBuffer())
-            cutOut(image, *transparent);
+        if (!image.hasAlphaBuffer())
+            setAlpha(image, transparent);
         image = convertToGLFormat(image);
     }
     const GLenum order = isLuminance ? GL_LUMINANCE : GL_RGBA;

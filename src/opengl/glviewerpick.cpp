@@ -192,8 +192,11 @@ GL_Object* GL_Viewer::processHits(const VMemArray<unsigned>& buffer, int hits)
     if (!bestIsHandle) {
         const bool single = m_scene->selection().count() < 2;
         m_scene->setCurrentPart(single ? partOf(m_scene, best, object) : -1);
-    } else if (GL_Manipulator* const manipulator = m_scene->manipulator()) {
-        manipulator->setHandle(best.count > 1 ? int(best.names[best.count - 1]) : -1);
+    }
+    // A node that is pressed itself isn't dragged by the handle picked before.
+    if (GL_Manipulator* const manipulator = m_scene->manipulator()) {
+        const bool hasHandle = bestIsHandle && best.count > 1;
+        manipulator->setHandle(hasHandle ? int(best.names[best.count - 1]) : -1);
     }
     return object;
 }

@@ -24,8 +24,19 @@ protected:
     static constexpr int size = 201; // the origin is in the middle of a pixel
     static constexpr int middle = 100;
 
+    // A context takes longer to make than a test to run.
+    static void SetUpTestSuite() { shared = new ViewerProbe(size, size); }
+    static void TearDownTestSuite()
+    {
+        delete shared;
+        shared = nullptr;
+    }
     GLManipulator()
     {
+        viewer.makeCurrent();
+        viewer.setFlags(~0u, false);
+        viewer.top();
+        viewer.setZoom(1);
         scene.objects().append(box);
         scene.setManipulator(manipulator);
         viewer.setScene(&scene);
@@ -56,12 +67,15 @@ protected:
     }
     std::array<int, 4> colorAt(int x, int y) { return viewer.pixel(middle + x, middle + y); }
 
-    ViewerProbe viewer{size, size};
+    static ViewerProbe* shared;
+    ViewerProbe& viewer = *shared;
     GL_Scene scene;
     TestBox* box = new TestBox(0.02f);
     GL_Manipulator* manipulator = new GL_Manipulator;
     float pixel;
 };
+
+ViewerProbe* GLManipulator::shared = nullptr;
 
 TEST_F(GLManipulator, WithoutATargetNothingIsDrawnOrHit)
 {
@@ -113,6 +127,13 @@ TEST_F(GLManipulator, HandlesArePickedByNumber)
         EXPECT_EQ(manipulator->handle(), place.handle) << place.kind << ' ' << place.x;
     }
     EXPECT_EQ(viewer.pick(middle + 30, middle + 30), nullptr);
+
+    auto* const other = new TestBox(0.02f);
+    other->place(0.8f, 0.8f, 0);
+    scene.objects().append(other);
+    manipulator->setHandle(GL_Manipulator::X);
+    EXPECT_EQ(viewer.pick(middle + int(0.8f / pixel), middle + int(0.8f / pixel)), other);
+    EXPECT_EQ(manipulator->handle(), GL_Manipulator::None) << "a node is no handle";
 }
 
 TEST_F(GLManipulator, IsOfOneSizeInEveryView)

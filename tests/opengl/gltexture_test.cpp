@@ -316,6 +316,19 @@ TEST_F(GLTextureDrawing, AnImageWithAlphaKeepsIt)
     EXPECT_EQ(texel(1, 0), (Pixel{0, 255, 0, 255}));
 }
 
+TEST_F(GLTextureDrawing, AnImageWithoutAlphaIsOpaque)
+{
+    // 32 bits a pixel, the fourth byte of each being unused and 0.
+    const QByteArray bmp = QByteArray::fromHex("424d3a000000000000003600000028000000"
+                                               "010000000100000001002000000000000400"
+                                               "000000000000000000000000000000000000"
+                                               "0a141e00");
+    GL_Map map;
+    map.setFileName(file("unused.bmp", bmp));
+    map.init(&scene);
+    EXPECT_EQ(texel(0, 0), (Pixel{30, 20, 10, 255}));
+}
+
 TEST_F(GLTextureDrawing, LooksForRelativeNamesInThreePlaces)
 {
     const auto ppm = [](char red) {
