@@ -309,20 +309,43 @@ TEST_F(SceneMouse, AManipulatorTakesTheDrag)
 
 TEST_F(SceneMouse, ADragAsksEveryNode)
 {
+    using Drags = std::vector<std::array<int, 2>>;
+    pressOn(a);
     scene.selectObject(b, true);
-    pressOn(b);
     viewer.move(25, 18);
-    EXPECT_EQ(viewer.updates, 0);
-    scene.selectObject(a, true);
+    EXPECT_EQ(viewer.updates, 1);
+    scene.selectObject(a, false);
     viewer.move(26, 18);
     EXPECT_EQ(viewer.updates, 1);
-    EXPECT_EQ(b->drags, (std::vector<std::array<int, 2>>{{5, -2}, {1, 0}}));
-    EXPECT_EQ(a->drags, (std::vector<std::array<int, 2>>{{1, 0}}));
+    EXPECT_EQ(a->drags, (Drags{{5, -2}}));
+    EXPECT_EQ(b->drags, (Drags{{5, -2}, {1, 0}}));
     scene.clearSelection();
     EXPECT_TRUE(viewer.move(27, 18));
     viewer.setScene(nullptr);
     EXPECT_TRUE(viewer.move(28, 18));
     EXPECT_EQ(viewer.updates, 1);
+}
+
+TEST_F(SceneMouse, ABandIsRedrawnAsItGrowsAndLeavesNoTrace)
+{
+    viewer.makeCurrent();
+    glClearColor(0.2f, 0.4f, 0.6f, 1);
+    glClear(GL_COLOR_BUFFER_BIT);
+    const auto before = viewer.picture();
+    for (const int button : {VEvent::LeftButton, VEvent::MidButton}) {
+        viewer.press(10, 10);
+        viewer.move(60, 50);
+        const auto small = viewer.picture();
+        EXPECT_NE(small, before);
+        viewer.move(90, -30);
+        EXPECT_NE(viewer.picture(), small);
+        viewer.move(60, 50);
+        EXPECT_EQ(viewer.picture(), small);
+        // Elsewhere than the last move.
+        viewer.release(20, 70, 0, button);
+        EXPECT_EQ(viewer.picture(), before);
+        EXPECT_EQ(viewer.mouseAction(), GL_Viewer::NoAction);
+    }
 }
 
 TEST_F(SceneMouse, ABandSelectsWhatItCatches)

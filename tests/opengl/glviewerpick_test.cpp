@@ -88,7 +88,7 @@ TEST_F(HitRules, AHandleWinsOverAllAndIsKept)
     scene.setManipulator(handles);
     scene.setSelection(plate);
     scene.setCurrentPart(77);
-    choose({1, 1, 2, 1, 2, 50, 60, 3, 8, 1, 2, 3, 0, 2, 40, 60, 3, 5, 2, 45, 50, 3, 6}, 5);
+    choose({1, 1, 2, 1, 2, 50, 60, 3, 8, 2, 40, 60, 3, 5, 2, 45, 50, 3, 6, 1, 2, 3, 0}, 5);
     EXPECT_EQ(handles->handle(), 5);
     EXPECT_EQ(scene.currentPart(), 77);
     choose({2, 50, 60, 3, 8, 1, 40, 60, 3}, 2);

@@ -10,7 +10,7 @@ using geometry::Vector2i;
 
 namespace
 {
-/// Fills the window with a grey that grows by 32 a picture, and notes where each picture looks.
+/// Fills the window with a grey that grows by 33 a picture, and notes where each picture looks.
 class Counter : public GL_Object
 {
 public:
@@ -19,7 +19,7 @@ public:
         double m[16];
         glGetDoublev(GL_PROJECTION_MATRIX, m);
         offsets.push_back({m[12], m[13]});
-        const GLubyte grey = GLubyte(32 * ((offsets.size() - 1) % 8));
+        const GLubyte grey = GLubyte(33 * ((offsets.size() - 1) % 8));
         glColor3ub(grey, grey, 255);
         glRectf(-9, -9, 9, 9);
     }
@@ -98,9 +98,9 @@ TEST_F(Pictures, TheAntialiasedPictureIsTheMeanOfEightShiftedOnes)
     auto* const counter = add(new Counter);
     viewer.setFlags(GL_Viewer::Antialias, true);
     viewer.render();
-    // Grey from 0 to 224.
-    EXPECT_EQ(viewer.pixel(0, 0), (Rgba{112, 112, 255, 255}));
-    EXPECT_EQ(viewer.pixel(99, 99), (Rgba{112, 112, 255, 255}));
+    // Grey from 0 to 231: 115.5, rounded.
+    EXPECT_EQ(viewer.pixel(0, 0), (Rgba{116, 116, 255, 255}));
+    EXPECT_EQ(viewer.pixel(99, 99), (Rgba{116, 116, 255, 255}));
     const double jitter[8][2] = {
         {-0.334818, 0.435331}, {0.286438, -0.393495},  {0.459462, 0.141540}, {-0.414498, -0.192829},
         {-0.183790, 0.082102}, {-0.079263, -0.317383}, {0.102254, 0.299133}, {0.164216, -0.054399}};
@@ -127,16 +127,15 @@ TEST_F(Pictures, TheMeanOfPicturesIsUntouchedByWhatDrawingLeaves)
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     glColor4f(0.5f, 0, 0, 0.5f);
+    glPixelZoom(0.5f, 0.5f);
     GLint mode = 0;
     viewer.render();
     EXPECT_TRUE(glIsEnabled(GL_BLEND));
     glGetIntegerv(GL_MATRIX_MODE, &mode);
     EXPECT_EQ(mode, GL_MODELVIEW);
-    EXPECT_EQ(viewer.pixel(50, 50), (Rgba{0x80, 0x40, 0x20, 255}));
+    EXPECT_EQ(viewer.picture(), plain);
     glDisable(GL_BLEND);
-    // The edge lies within a pixel's reach of the jitter in some of the eight.
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
-    EXPECT_EQ(plain.size(), 40000u);
 }
 
 TEST_F(Pictures, ALassoDrawnTwiceLeavesNoTrace)
@@ -218,11 +217,11 @@ TEST_F(Pictures, FeedbackTellsThePolygonsInPixels)
     EXPECT_EQ(data, nullptr);
 
     // A token, a count, and three vertices of a place and a colour each: 23 numbers.
-    add(new Triangles(500));
+    add(new Triangles(1000));
     EXPECT_LT(viewer.renderFeedback(buffer.data(), 0, 0, 0, 0, 1000), 0);
     ASSERT_TRUE(viewer.readFeedback(data, count, size, 0, 0, 100, 100));
-    EXPECT_EQ(count, 500 * 23);
-    EXPECT_EQ(size, 20000);
+    EXPECT_EQ(count, 1000 * 23);
+    EXPECT_EQ(size, 40000);
     EXPECT_EQ(data[0], float(GL_POLYGON_TOKEN));
     EXPECT_EQ(data[1], 3);
     EXPECT_FLOAT_EQ(data[2], 50);
