@@ -15,10 +15,10 @@ constexpr float root = 0.70710678f;
 void expectVolume(const GL_Viewer& viewer, double right, double top)
 {
     const GL_Viewport& v = viewer.viewport();
-    EXPECT_NEAR(v.left, -right, 1e-12);
-    EXPECT_NEAR(v.right, right, 1e-12);
-    EXPECT_NEAR(v.bottom, -top, 1e-12);
-    EXPECT_NEAR(v.top, top, 1e-12);
+    EXPECT_NEAR(v.left, -right, 1e-9);
+    EXPECT_NEAR(v.right, right, 1e-9);
+    EXPECT_NEAR(v.bottom, -top, 1e-9);
+    EXPECT_NEAR(v.top, top, 1e-9);
 }
 
 /// The axes of the window in the world: to the right, upward, and toward the beholder.
@@ -182,6 +182,7 @@ TEST(GLViewer, LooksAtABoxFromWhereItFillsTheField)
     EXPECT_NEAR(viewer.distance(), 4.82842712, 1e-6); // 2 / tan 22.5 degrees
     EXPECT_NEAR(viewer.viewport().far, 8.82842712, 1e-6);
     EXPECT_NEAR(viewer.viewport().near, 0.882842712, 1e-7);
+    expectVolume(viewer, 0.365685425, 0.365685425); // 2 in the plane of the centre
     // Of the same size elsewhere: the distance stays, the rest follows.
     viewer.setBounds(Box3f(10, 10, 10, 12, 14, 12));
     EXPECT_EQ(viewer.updates, updates + 2);

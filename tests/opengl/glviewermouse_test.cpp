@@ -345,6 +345,9 @@ TEST_F(SceneMouse, ABandIsRedrawnAsItGrowsAndLeavesNoTrace)
         viewer.release(20, 70, 0, button);
         EXPECT_EQ(viewer.picture(), before);
         EXPECT_EQ(viewer.mouseAction(), GL_Viewer::NoAction);
+        // Only the left button selects by it.
+        EXPECT_EQ(viewer.region[2], button == VEvent::LeftButton ? 11 : 0);
+        viewer.region = {};
     }
 }
 
