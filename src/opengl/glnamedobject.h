@@ -4,6 +4,8 @@
 #include "kernel/zylobject.h"
 #include "tools/vptrlist.h"
 
+#include <cstring>
+
 class GL_Scene;
 struct GL_RenderEvent;
 
@@ -37,7 +39,7 @@ template <class T>
 T* GL_NamedObject::find(const VPtrList<T>& list, const char* name)
 {
     for (T* item : list)
-        if (name && item && item->name(nullptr) && qstrcmp(item->name(nullptr), name) == 0)
+        if (name && item && item->name(nullptr) && std::strcmp(item->name(nullptr), name) == 0)
             return item;
     return nullptr;
 }
