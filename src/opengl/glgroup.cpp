@@ -3,7 +3,9 @@
 #include "geometry/zylquaternion.h"
 #include "opengl/glframe_p.h"
 #include "opengl/glreference.h"
+#include "opengl/glscene.h"
 #include "opengl/gltransform_p.h"
+#include "opengl/glviewer.h"
 
 #include <algorithm>
 #include <cmath>

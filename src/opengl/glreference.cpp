@@ -3,7 +3,9 @@
 #include "kernel/vformatio.h"
 #include "opengl/glframe_p.h"
 #include "opengl/glgroup.h"
+#include "opengl/glscene.h"
 #include "opengl/gltransform_p.h"
+#include "opengl/glviewer.h"
 
 #include <limits>
 #include <map>

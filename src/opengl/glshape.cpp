@@ -2,7 +2,9 @@
 
 #include "kernel/vformatio.h"
 #include "opengl/glframe_p.h"
+#include "opengl/glscene.h"
 #include "opengl/gltransform_p.h"
+#include "opengl/glviewer.h"
 
 #include <GL/gl.h>
 
@@ -20,10 +22,13 @@ constexpr struct {
     {"cullFace", GL_Object::CullFace},
 };
 
-GL_Material* findMaterial(const VFormatIO& io, const char* name)
+GL_Material* findMaterial(VZylStream& stream, const char* name)
 {
-    auto* const scene = static_cast<GL_Scene*>(io.container("scene"));
-    return scene ? GL_NamedObject::find(scene->materials(), name) : nullptr;
+    auto* const scene = static_cast<GL_Scene*>(stream.io()->container("scene"));
+    GL_Material* const found = scene ? GL_NamedObject::find(scene->materials(), name) : nullptr;
+    if (!found)
+        stream.report(VFormatDiagnostics::UnresolvedName, QString::fromLatin1(name));
+    return found;
 }
 } // namespace
 
@@ -68,7 +73,7 @@ VFormatIO& GL_Shape::read(VFormatIO& io)
         while (zylfields::nextTag(*data, tag)) {
             if (tag == materialTag) {
                 zylfields::get(*data, material);
-                m_material = findMaterial(io, material);
+                m_material = findMaterial(*stream, material);
             } else if (!gltransform::read(*data, tag, m_transform)) {
                 zylfields::putBack(*data, tag);
                 break;
@@ -77,7 +82,7 @@ VFormatIO& GL_Shape::read(VFormatIO& io)
     } else {
         stream->read("transform", m_transform);
         if (stream->read("material", material) > 0)
-            m_material = findMaterial(io, material);
+            m_material = findMaterial(*stream, material);
         // Their bits stand in the flags word too, but here the words count.
         int value = 0;
         if (stream->read("style", value) > 0)

@@ -137,8 +137,14 @@ TEST(GL_Shape, LooksItsMaterialUpByName)
     const auto hasNone = [](const GL_Shape& copy) { EXPECT_EQ(copy.material(), nullptr); };
     throughFiles(shape, hasNone);
     steel->setName("iron");
-    readText(shape, "material \"steel\";", &scene);
+    TextSource source("name \"s\";\nmaterial \"steel\";}");
+    Reports reports;
+    source.io.setDiagnostics(&reports);
+    source.io.setContainer("scene", &scene);
+    source.stream.readObject(shape);
     hasNone(shape);
+    EXPECT_EQ(reports.text.substr(0, 8),
+              std::to_string(VFormatDiagnostics::UnresolvedName) + " steel ");
 }
 
 TEST(GL_Shape, ChangesItsMatrixByEvents)
