@@ -35,8 +35,9 @@ struct ZYL_EXPORT MeshFace {
 /// Polygons with holes over shared vertices.
 ///
 /// The corners, indices into the vertices, stand in one array face after face. Normals are kept for
-/// each corner, so that an edge may be sharp; texture coordinates belong to the vertices. An index
-/// beyond the vertices is kept, and whoever draws passes it over; its normal is zero.
+/// each corner, so that an edge may be sharp; texture coordinates belong to the vertices. A face
+/// with an index beyond the vertices is kept, and whoever draws passes it over; its normals are
+/// zero.
 class ZYL_EXPORT Mesh : public virtual VertexShape
 {
 public:
@@ -123,14 +124,15 @@ public:
     void generateFlatNormals();
     void clearNormals();
 
-    /// Makes one vertex of those that have the same coordinates, texture coordinates and colour.
-    /// Keeps the order of the first of each, and takes arrays of its own. Returns how many vertices
-    /// went.
+    /// Makes one vertex of those whose coordinates, texture coordinates and colour are the same
+    /// bytes. Keeps the order of the first of each, and takes arrays of its own. Returns how many
+    /// vertices went.
     unsigned weld();
 
     /// The box of all vertices, used or not. Those that are no numbers count nowhere.
     void bounds(Box3f& box) const;
-    /// The volume that closed faces enclose, positive where they face outward.
+    /// The volume that closed faces enclose, positive where they face outward. Holes have to run
+    /// against their face.
     double volume() const;
 
 private:
