@@ -18,6 +18,7 @@ public:
     {
         m_faceOf.resize(mesh.cornerCount());
         m_outerOf.resize(mesh.faceCount());
+        m_isTurned.resize(mesh.faceCount());
         unsigned outer = 0;
         for (unsigned i = 0; i < mesh.faceCount(); ++i) {
             const MeshFace& face = mesh.face(i);
@@ -26,18 +27,14 @@ public:
                 outer = i;
             m_outerOf[i] = outer;
         }
+        eachPolygon([this](unsigned i, const Vector3d& normal) {
+            const MeshFace& face = m_mesh.face(i);
+            m_isTurned[i] = face.isHole() && dot(newell(face), normal) > 0;
+        });
     }
 
-    int next(unsigned corner) const
-    {
-        const MeshFace& face = m_mesh.face(m_faceOf[corner]);
-        return m_mesh.corners()[corner + 1 < face.end ? corner + 1 : face.begin];
-    }
-    int previous(unsigned corner) const
-    {
-        const MeshFace& face = m_mesh.face(m_faceOf[corner]);
-        return m_mesh.corners()[corner > face.begin ? corner - 1 : face.end - 1];
-    }
+    int next(unsigned corner) const { return beside(corner, false); }
+    int previous(unsigned corner) const { return beside(corner, true); }
     unsigned groups(unsigned corner) const
     {
         return groupsOfWord(m_mesh.face(m_outerOf[m_faceOf[corner]]).word);
@@ -59,14 +56,12 @@ public:
             const MeshFace& face = m_mesh.face(i);
             const int* const corners = m_mesh.corners(face);
             const unsigned n = face.count();
-            // A hole that runs the way of its face has the face on its other side.
-            const bool isTurned = face.isHole() && dot(newell(face), normal) > 0;
             Vector3d before = at(corners[n - 1]), here = at(corners[0]);
             for (unsigned k = 0; k < n; ++k) {
                 const Vector3d after = at(corners[k + 1 < n ? k + 1 : 0]);
                 double angle = std::atan2(dot(normal, cross(after - here, before - here)),
                                           dot(after - here, before - here));
-                if (isTurned)
+                if (m_isTurned[i])
                     angle = -angle;
                 if (angle < 0)
                     angle += 2 * 3.14159265358979323846;
@@ -86,6 +81,15 @@ public:
     }
 
 private:
+    int beside(unsigned corner, bool isBefore) const
+    {
+        const unsigned i = m_faceOf[corner];
+        const MeshFace& face = m_mesh.face(i);
+        const unsigned before = (corner > face.begin ? corner : face.end) - 1;
+        const unsigned after = corner + 1 < face.end ? corner + 1 : face.begin;
+        return m_mesh.corners()[isBefore != bool(m_isTurned[i]) ? before : after];
+    }
+
     Vector3d at(int index) const { return Vector3d(m_points[unsigned(index)]); }
 
     bool isValid(const MeshFace& face) const
@@ -135,6 +139,8 @@ private:
     const MeshPoints& m_points;
     std::vector<unsigned> m_faceOf;  // by corner
     std::vector<unsigned> m_outerOf; // by face
+    // Holes that run the way of their face, and so have it on their other side.
+    std::vector<char> m_isTurned;
 };
 
 /// How a draw mode makes figures of a run of corners: each takes `size` of them, `step` after the

@@ -2,6 +2,7 @@
 
 #include "geometry/gvector.h"
 #include "geometry/zylbox.h"
+#include "geometry/zylfloat_p.h"
 #include "geometry/zylmesh.h"
 
 #include <algorithm>
@@ -80,7 +81,7 @@ inline bool triangleNormal(const Vector3f& a, const Vector3f& b, const Vector3f&
     if (!(measured > 0) || !(measured < std::numeric_limits<double>::infinity()))
         return false;
     normal = Vector3f(exact);
-    length = float(measured);
+    length = toFloat(measured);
     return true;
 }
 
@@ -93,8 +94,8 @@ inline void triangleAngles(const Vector3f& a, const Vector3f& b, const Vector3f&
     if (!(length > 1e-12f) || !(length < 1e12f)) {
         const Vector3d exactAB = Vector3d(b) - Vector3d(a);
         const double exactLength = cross(exactAB, Vector3d(c) - Vector3d(a)).length();
-        atA = float(dot(exactAB, Vector3d(c) - Vector3d(a)) / exactLength);
-        atB = float(-dot(exactAB, Vector3d(c) - Vector3d(b)) / exactLength);
+        atA = toFloat(dot(exactAB, Vector3d(c) - Vector3d(a)) / exactLength);
+        atB = toFloat(-dot(exactAB, Vector3d(c) - Vector3d(b)) / exactLength);
         length = 1;
     }
     angles[0] = angleOf(atA, length);
@@ -362,15 +363,20 @@ struct TriangleTopology {
 template <class EachTriangle>
 double enclosedVolume(const MeshPoints& points, EachTriangle eachTriangle)
 {
-    // From one of the points on, so that places far out don't cost digits.
-    if (points.count() == 0)
+    // From one of its corners on, so that places far out don't cost digits.
+    Box3f box;
+    points.bounds(box);
+    if (box.isEmpty())
         return 0;
-    const Vector3d origin(points[0]);
+    const Vector3d origin(box.min);
     double sixfold = 0;
     const auto at = [&](int index) { return Vector3d(points[unsigned(index)]) - origin; };
     eachTriangle([&](int a, int b, int c) {
-        if (points.contains(a) && points.contains(b) && points.contains(c))
-            sixfold += dot(at(a), cross(at(b), at(c)));
+        if (!points.contains(a) || !points.contains(b) || !points.contains(c))
+            return;
+        const double pyramid = dot(at(a), cross(at(b), at(c)));
+        if (std::isfinite(pyramid))
+            sixfold += pyramid;
     });
     return sixfold / 6;
 }

@@ -1,5 +1,7 @@
 #include "geometry/zylsolids.h"
 
+#include "geometry/zylfloat_p.h"
+
 #include <algorithm>
 #include <cmath>
 
@@ -10,9 +12,9 @@ namespace
 /// A box with corners on both sides of the axis, from the height `low` to `high`.
 void setBox(Box3f& box, double x, double y, double low, double high)
 {
-    const float halfX = float(std::abs(x)), halfY = float(std::abs(y));
-    box =
-        Box3f(-halfX, -halfY, float(std::min(low, high)), halfX, halfY, float(std::max(low, high)));
+    const float halfX = toFloat(std::abs(x)), halfY = toFloat(std::abs(y));
+    box = Box3f(-halfX, -halfY, toFloat(std::min(low, high)), halfX, halfY,
+                toFloat(std::max(low, high)));
 }
 
 void setRound(Box3f& box, double radius, double low, double high)

@@ -1,6 +1,7 @@
 #include "geometry/zylsweep.h"
 
 #include "geometry/zylbox.h"
+#include "geometry/zylfloat_p.h"
 #include "geometry/zylhmatrix.h"
 #include "geometry/zylmeshnormals_p.h"
 #include "geometry/zylquaternion.h"
@@ -48,7 +49,7 @@ Vector3f Lathe::turned(const Vector3f& x, const Vector3f& y, const Vector3f& z,
 {
     const double c = std::cos(degrees * degree), s = std::sin(degrees * degree);
     const double px = dot(point, x), py = dot(point, y);
-    return x * float(px * c - py * s) + y * float(px * s + py * c) + z * dot(point, z);
+    return x * toFloat(px * c - py * s) + y * toFloat(px * s + py * c) + z * dot(point, z);
 }
 
 void Lathe::bounds(Box3f& box) const
@@ -78,7 +79,7 @@ void Lathe::bounds(Box3f& box) const
                 if (!(turns <= sweep))
                     continue;
                 Vector3f extreme = turned(x, y, z, p, startAngle);
-                extreme[k] = float(double(z[k]) * dot(p, z) + side * reach);
+                extreme[k] = toFloat(double(z[k]) * dot(p, z) + side * reach);
                 box.include(extreme);
             }
         }
