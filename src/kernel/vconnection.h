@@ -146,6 +146,9 @@ public:
     /// Adds a connection at the end.
     void add(VConnection* connection);
 
+    /// Walks tell this of the connection that was added last, and more of later ones.
+    quint64 lastSerial() const { return m_serials; }
+
 protected:
     void deleteItem(Item item) override;
 
