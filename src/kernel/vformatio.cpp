@@ -33,9 +33,12 @@ void VFormatIO::setFormat(const char* format)
     m_format = format ? format : "";
 }
 
+// Further to the right there is nothing to see.
+constexpr int mostIndent = 24;
+
 int VFormatIO::indentWidth() const
 {
-    return 4 * std::clamp(m_indent, 0, 64);
+    return 4 * std::clamp(m_indent, 0, mostIndent);
 }
 
 void VFormatIO::writeIndent()

@@ -52,7 +52,7 @@ public:
     /// The levels of indentation of what is written, four blanks each.
     int indent() const { return m_indent; }
     void setIndent(int indent) { m_indent = indent; }
-    /// Writes the indentation of the current level. It stops growing at 64 levels, which keeps the
+    /// Writes the indentation of the current level. It stops growing at 24 levels, which keeps the
     /// size of deeply nested files in proportion to their content.
     void writeIndent();
     /// How many blanks `writeIndent` writes.

@@ -265,6 +265,9 @@ bool nextTag(QDataStream& stream, quint8& tag)
 
 void putBack(QDataStream& stream, quint8 tag)
 {
-    stream.device()->ungetChar(char(tag));
+    // Stepping back is cheaper than a byte kept in front of the device.
+    QIODevice* const device = stream.device();
+    if (device->isSequential() || !device->seek(device->pos() - 1))
+        device->ungetChar(char(tag));
 }
 } // namespace zylfields

@@ -3,6 +3,7 @@
 #include <qglobal.h>
 
 #include <cstddef>
+#include <cstring>
 
 /// Numbers as text, by the rules of the classic text stream and whatever the locale. Readers work
 /// on a piece of memory: they skip blanks, take what belongs to a number, leave `at` on the
@@ -20,8 +21,15 @@ constexpr bool isBlank(int c)
 
 inline void skipBlanks(const char*& at, const char* end)
 {
-    while (at < end && isBlank(*at))
+    while (at < end && isBlank(*at)) {
+        // Mostly one blank, or the indentation of a line.
         ++at;
+        for (quint64 eight; end - at >= 8; at += 8) {
+            std::memcpy(&eight, at, 8);
+            if (eight != 0x2020202020202020u)
+                break;
+        }
+    }
 }
 
 /// "0x" starts hexadecimal, "0b" binary, "0" octal digits; behind a sign only decimal ones stand.

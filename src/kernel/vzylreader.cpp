@@ -175,7 +175,9 @@ bool VZylReader::moreBytes()
     const std::ptrdiff_t kept = m_window.end - keep;
     std::ptrdiff_t wanted = std::max(blockSize, kept);
     if (const qint64 known = device->isSequential() ? 0 : device->bytesAvailable(); known > 0)
-        wanted = std::min<qint64>(wanted, known);
+        // What is longer than a block is mostly all the rest, such as the one root of a tree.
+        wanted = kept > blockSize ? std::min<qint64>(known, largestWindow - kept)
+                                  : std::min<qint64>(wanted, known);
     if (kept > largestWindow - wanted)
         return false;
     if (diagnostics())

@@ -10,6 +10,7 @@
 #include "tools/vmemarray.h"
 #include "tools/vptrlist.h"
 
+#include <qbytearray.h>
 #include <qstring.h>
 #include <qstringlist.h>
 
@@ -75,7 +76,11 @@ public:
 
     VFormatIO* io() const { return m_io; }
     /// What may stand before the names of classes and is left out in files; at first "V".
-    QStrList& prefixes() { return m_prefixes; }
+    QStrList& prefixes()
+    {
+        m_lastClass = nullptr;
+        return m_prefixes;
+    }
     const QStrList& prefixes() const { return m_prefixes; }
 
     /// Set while a binary form is read or written.
@@ -298,6 +303,8 @@ private:
     std::unique_ptr<VZylWriter> m_writer;
     struct BinaryOutput;
     BinaryOutput* m_binaryOutput = nullptr; // while a binary list is written
+    mutable QByteArray m_lastClassName; // what was looked for last, and what it was
+    mutable const VMetaClass* m_lastClass = nullptr;
     int m_depthLimit = 4096;
     int m_depth = 0;  // of lists
     int m_active = 0; // lists and objects under way

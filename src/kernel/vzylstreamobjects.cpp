@@ -183,10 +183,15 @@ struct VZylStream::BinaryOutput {
 
 const VMetaClass* VZylStream::findClass(const char* name, std::size_t size) const
 {
+    // One class mostly comes many times in a row.
+    if (m_lastClass && m_lastClassName == QByteArrayView(name, qsizetype(size)))
+        return m_lastClass;
     const QByteArray bare(name, qsizetype(size));
     const VMetaClass* found = VMetaClass::metaClass(bare.constData());
     for (QStrListIterator it(m_prefixes); !found && it.current(); ++it)
         found = VMetaClass::metaClass((it.current() + bare).constData());
+    m_lastClassName = bare;
+    m_lastClass = found;
     return found;
 }
 
@@ -363,7 +368,8 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
         return;
     bool isWhole = quint64(contents.size()) == length;
     ValueReader values{contents.constData(), contents.constData() + contents.size()};
-    QByteArray pair, name, content, rest;
+    QByteArray pair, name, content;
+    QBuffer buffer;
     while (!m_tooDeep && values.next(tag, pair)) {
         ValueReader parts{pair.constData(), pair.constData() + pair.size()};
         quint8 nameTag, contentTag;
@@ -374,7 +380,7 @@ void VZylStream::readBinary(VGList& list, const VMetaClass* base, Append add)
         if (!object)
             continue;
         add(list, object);
-        QBuffer buffer;
+        buffer.close();
         buffer.setData(content);
         buffer.open(QIODevice::ReadOnly);
         const DeviceScope scope(*this, &buffer);

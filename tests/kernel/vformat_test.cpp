@@ -203,7 +203,7 @@ TEST(VFormatIO, KeepsContainersOfOthers)
     EXPECT_EQ(io.container("X"), &two);
 }
 
-TEST(VFormatIO, StopsIndentingAt64Levels)
+TEST(VFormatIO, StopsIndentingAt24Levels)
 {
     QBuffer buffer;
     ASSERT_TRUE(buffer.open(QIODevice::WriteOnly));
@@ -214,7 +214,7 @@ TEST(VFormatIO, StopsIndentingAt64Levels)
     io.writeIndent();
     EXPECT_EQ(buffer.data(), QByteArray(8, ' '));
     io.setIndent(1000);
-    EXPECT_EQ(io.indentWidth(), 256);
+    EXPECT_EQ(io.indentWidth(), 96);
     io.setIndent(-1);
     EXPECT_EQ(io.indentWidth(), 0);
 }
