@@ -99,7 +99,7 @@ VFormatIO& GL_Reference::read(VFormatIO& io)
     m_object = nullptr;
     auto* const scene = static_cast<GL_Scene*>(io.container("scene"));
     if (scene)
-        m_object = scene->library().findName(m_objectName);
+        m_object = scene->findLibObj(m_objectName);
     else
         m_objectName = QCString();
     setFlags(BlockTarget, isBlockTarget());

@@ -498,11 +498,11 @@ bool GL_Scene::evaluate(int key, double value)
     if (!list || list->isEmpty())
         return false;
     // Each one that is there now, whatever the actions do to the list.
-    unsigned left = list->count();
+    const quint64 last = list->lastSerial();
     quint64 called = 0;
-    for (VConnectionList::Walk walk(list); left > 0; --left) {
-        const VConnection* const connection = walk.next(&called);
-        if (!connection)
+    VConnectionList::Walk walk(list);
+    while (const VConnection* const connection = walk.next(&called)) {
+        if (called > last)
             break;
         if (connection->isCall() || !connection->object()->inherits(actionClass))
             continue;

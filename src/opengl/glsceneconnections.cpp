@@ -13,6 +13,17 @@ namespace
 {
 constexpr auto skipped = VFormatDiagnostics::SkippedConnection;
 
+// The indices of the first signal and slot that aren't every object's. Those in front are no
+// business of files.
+int firstSignal()
+{
+    return VObject::staticMetaObject()->numSignals(true);
+}
+int firstSlot()
+{
+    return VObject::staticMetaObject()->numSlots(true);
+}
+
 void warnNotFound(const char* what)
 {
     qWarning("connect: Cannot find %s", what);
@@ -45,11 +56,16 @@ void GL_SceneConnections::connect(const char* sender, const char* signal, const 
     const Action* const to = source(receiver);
     if (!from || !to)
         return;
-    // What is joined can be a signal, too.
-    const VMetaObject* const meta = to->metaObject();
-    const bool isSignal = meta->findSlot(member, true) < 0 && meta->findSignal(member, true) >= 0;
-    VObject::connect(from, (std::string("2") + signal).c_str(), to,
-                     (std::string(isSignal ? "2" : "1") + member).c_str());
+    // A ring of signals would have no end, so they are joined to slots alone.
+    const QCString emitted = VObject::normalizeSignalSlot(signal ? signal : "");
+    const QCString called = VObject::normalizeSignalSlot(member ? member : "");
+    const auto isCommon = [](int index, int first) { return index >= 0 && index < first; };
+    if (isCommon(from->metaObject()->findSignal(emitted, true), firstSignal()) ||
+        isCommon(to->metaObject()->findSlot(called, true), firstSlot()))
+        m_stream.report(skipped, QString::fromLocal8Bit(emitted.data()));
+    else
+        VObject::connect(from, (std::string("2") + emitted.data()).c_str(), to,
+                         (std::string("1") + called.data()).c_str());
 }
 
 // Writing
@@ -74,23 +90,12 @@ std::vector<GL_SceneConnections::Target> GL_SceneConnections::targets(const Acti
     return result;
 }
 
-std::vector<GL_SceneConnections::Signal> GL_SceneConnections::signalsOf(const Action& sender)
-{
-    return signalsFrom(sender, Action::staticMetaObject()->signalOffset());
-}
-
-std::vector<GL_SceneConnections::Signal> GL_SceneConnections::signalsOfScene()
-{
-    return signalsFrom(m_scene, GL_Scene::staticMetaObject()->signalOffset());
-}
-
-std::vector<GL_SceneConnections::Signal> GL_SceneConnections::signalsFrom(const VObject& sender,
-                                                                          int first)
+std::vector<GL_SceneConnections::Signal> GL_SceneConnections::signalsOf(const VObject& sender)
 {
     std::vector<Signal> result;
     const VMetaObject* const meta = sender.metaObject();
     const int count = meta->numSignals(true);
-    for (int index = first; index < count; ++index)
+    for (int index = firstSignal(); index < count; ++index)
         if (const VConnectionList* const list = sender.receivers(index))
             append(result, meta->signal(index, true)->name, list);
     return result;
@@ -101,7 +106,8 @@ void GL_SceneConnections::append(std::vector<Signal>& signals_, const char* sign
 {
     for (const VConnection* connection : *list) {
         const Action* const receiver =
-            !connection->isCall() && connection->object()->inherits(Action::staticMetaObject())
+            connection->memberType() == VConnection::Slot &&
+                    connection->object()->inherits(Action::staticMetaObject())
                 ? static_cast<const Action*>(connection->object())
                 : nullptr;
         const char* const name = receiver ? receiver->name(nullptr) : nullptr;

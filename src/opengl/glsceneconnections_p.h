@@ -16,7 +16,7 @@ public:
         QCString path;
         int index;
     };
-    /// A signal joined to an action. The texts are those of the two.
+    /// A signal joined to a slot of an action. The texts are those of the two.
     struct Signal {
         const char* signature;
         const char* receiver;
@@ -40,14 +40,11 @@ public:
     /// The targets of a key that can be written. Warns about the others.
     std::vector<Target> targets(const action::Action& source, int key, bool fullPaths);
     /// What the signals of an action, or of the scene, are joined to.
-    std::vector<Signal> signalsOf(const action::Action& sender);
-    std::vector<Signal> signalsOfScene();
+    std::vector<Signal> signalsOf(const VObject& sender);
     /// The part of a list that is joined to actions, under this signature.
     void append(std::vector<Signal>& signals_, const char* signature, const VConnectionList* list);
 
 private:
-    std::vector<Signal> signalsFrom(const VObject& sender, int first);
-
     GL_Scene& m_scene;
     VZylStream& m_stream;
 };

@@ -174,11 +174,10 @@ void readConnections(QDataStream& stream, GL_SceneConnections& connections)
         stream.setStatus(QDataStream::ReadCorruptData);
 }
 
-void writeConnections(QDataStream& stream, const action::ActionDict& actions,
-                      GL_SceneConnections& connections)
+void writeConnections(QDataStream& stream, const GL_Scene& scene, GL_SceneConnections& connections)
 {
     putValue(stream, DerValue::Set, [&](QDataStream& set) {
-        for (QAsciiDictIterator<Action> it(actions); it.current(); ++it) {
+        for (QAsciiDictIterator<Action> it(scene.actions()); it.current(); ++it) {
             const Action& action = **it;
             putSignals(set, action.name(nullptr), connections.signalsOf(action));
             if (!action.connections())
@@ -187,7 +186,7 @@ void writeConnections(QDataStream& stream, const action::ActionDict& actions,
             for (const int key : keys)
                 putTargets(set, action, key, connections.targets(action, key, false));
         }
-        putSignals(set, "", connections.signalsOfScene());
+        putSignals(set, "", connections.signalsOf(scene));
     });
 }
 
@@ -252,7 +251,7 @@ int GL_Scene::write(QDataStream& stream, VFormatIO& io) const
         list(ActionsTag, m_actions);
         const Lookup lookup(*this);
         GL_SceneConnections connections(const_cast<GL_Scene&>(*this), *zyl);
-        writeConnections(stream, m_actions, connections);
+        writeConnections(stream, *this, connections);
     }
     if (m_timeLength > 0)
         value(TimeLengthTag, m_timeLength);

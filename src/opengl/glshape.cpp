@@ -25,7 +25,7 @@ constexpr struct {
 GL_Material* findMaterial(VZylStream& stream, const char* name)
 {
     auto* const scene = static_cast<GL_Scene*>(stream.io()->container("scene"));
-    GL_Material* const found = scene ? GL_NamedObject::find(scene->materials(), name) : nullptr;
+    GL_Material* const found = scene ? scene->findMaterial(name) : nullptr;
     if (!found)
         stream.report(VFormatDiagnostics::UnresolvedName, QString::fromLatin1(name));
     return found;

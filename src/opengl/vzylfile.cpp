@@ -224,9 +224,13 @@ int VZylFile::readStatement(const QCString& word)
             read_connection(m_scene);
         return result;
     }
-    static const action::ActionFactory factory;
-    if (Action* const action = factory.getInstance(word))
-        return m_scene->actions().readBlock(*io(), action);
+    // Most objects follow one of the same class.
+    if (word != m_lastClass) {
+        static const action::ActionFactory factory;
+        if (Action* const action = factory.getInstance(word))
+            return m_scene->actions().readBlock(*io(), action);
+        m_lastClass = word;
+    }
     return readObject(word);
 }
 
@@ -294,7 +298,7 @@ int VZylFile::writeText()
     }
     for (QAsciiDictIterator<Action> it(actions); it.current(); ++it)
         writeSignals(*this, it.current()->name(), connections.signalsOf(**it));
-    writeSignals(*this, nullptr, connections.signalsOfScene());
+    writeSignals(*this, nullptr, connections.signalsOf(*m_scene));
     return hasFailed() ? -1 : 0;
 }
 

@@ -44,6 +44,7 @@ private:
     void writeOutputs(const action::Action& action);
 
     GL_Scene* m_scene;
+    QCString m_lastClass; // no action's, while text is read
 };
 
 /// The native format, in one of its forms.
