@@ -130,8 +130,8 @@ struct Sender : action::Action {
 
 void connect(GL_Scene& scene, const action::Action& to)
 {
-    check(VObject::connect(&scene, SIGNAL(valueChanged(int,double)), &to,
-                           SLOT(evaluate(int,double))));
+    check(VObject::connect(&scene, SIGNAL(valueChanged(int, double)), &to,
+                           SLOT(evaluate(int, double))));
 }
 
 void measureValues()
