@@ -49,6 +49,16 @@ constexpr Mode modes[] = {{"Select", "S", GL_Viewer::Select},
                           {"View", "V", GL_Viewer::View},
                           {"Fly", "F", GL_Viewer::Fly}};
 
+struct Handles {
+    const char* name;
+    const char* key;
+    int kind; // of the manipulator; negative for none
+};
+constexpr Handles handles[] = {{"No handles", "H", -1},
+                               {"Move", "W", GL_Manipulator::Translate},
+                               {"Turn", "E", GL_Manipulator::Rotate},
+                               {"Scale", "R", GL_Manipulator::Scale}};
+
 QString fileFilter()
 {
     QStringList endings;
@@ -164,16 +174,38 @@ void MainWindow::makeMenus()
 
     QToolBar* const bar = addToolBar("Mouse");
     bar->setObjectName("Mouse");
-    auto* const group = new QActionGroup(this);
-    for (const Mode& row : modes) {
-        QAction* const made = bar->addAction(row.name);
-        made->setShortcut(QKeySequence(row.key));
+    const auto choice = [this, bar](QActionGroup* group, const char* name, const char* key,
+                                    auto run) {
+        QAction* const made = bar->addAction(name);
+        made->setShortcut(QKeySequence(key));
         made->setCheckable(true);
-        made->setChecked(row.mode == GL_Viewer::Select);
+        made->setChecked(group->actions().isEmpty());
         group->addAction(made);
-        connect(made, &QAction::triggered, this,
-                [this, mode = row.mode] { m_view->viewer().setMouseMode(mode); });
+        connect(made, &QAction::triggered, this, run);
+    };
+    auto* const modeGroup = new QActionGroup(this);
+    for (const Mode& row : modes)
+        choice(modeGroup, row.name, row.key,
+               [this, mode = row.mode] { m_view->viewer().setMouseMode(mode); });
+    bar->addSeparator();
+    auto* const handleGroup = new QActionGroup(this);
+    for (const Handles& row : handles)
+        choice(handleGroup, row.name, row.key, [this, kind = row.kind] {
+            m_handles = kind;
+            showHandles();
+        });
+}
+
+/// Gives the scene's current object the handles that are chosen.
+void MainWindow::showHandles()
+{
+    if (m_handles < 0) {
+        m_scene->setManipulator(nullptr);
+    } else {
+        m_scene->setManipulator(new GL_Manipulator(GL_Manipulator::Kind(m_handles)));
+        m_scene->setCurrentObject(m_scene->currentObject());
     }
+    m_view->requestUpdate();
 }
 
 void MainWindow::tell(const QString& problem)
@@ -209,6 +241,7 @@ QString MainWindow::open(const QString& fileName)
     m_fileName = fileName;
     m_scene->setChanged(false);
     m_tree->setScene(m_scene.get());
+    showHandles();
     m_timeline->setLength(m_scene->timeLength(), m_scene->autoPlay(), m_scene->loopPlay());
     statusBar()->showMessage(report.entries().empty()
                                  ? QString("read as %1").arg(QString(format.name))

@@ -36,6 +36,7 @@ private:
     void showTitle();
     void selectFromTree();
     void showSelection();
+    void showHandles();
     void deleteSelected();
     void give(int key, double value);
     /// Whether the scene may go: it is unchanged, saved, or given up.
@@ -47,4 +48,5 @@ private:
     PropertyTable* m_properties;
     Timeline* m_timeline;
     QString m_fileName;
+    int m_handles = -1; // kind of the manipulator
 };

@@ -10,7 +10,7 @@
 #include <qtemporarydir.h>
 #include <qtest.h>
 
-#include <cstdio>
+#include <cmath>
 
 namespace
 {
@@ -87,6 +87,35 @@ private Q_SLOTS:
         QVERIFY2((now - to).manhattanLength() <= 3, "it stayed under the pointer");
     }
 
+    void turnsByAHandle()
+    {
+        trigger("Move");
+        m_window.scene().setSelection(node("left"));
+        const GL_Manipulator* const manipulator = m_window.scene().manipulator();
+        QVERIFY(manipulator);
+        QCOMPARE(manipulator->target(), node("left"));
+        // Somewhere right of the origin lies the arrow along x, by which only x changes.
+        const geometry::Vector3f before = placeOf("left");
+        const QPoint origin = pixelOf("left");
+        m_window.view().viewer().makeCurrent();
+        QPoint grip;
+        for (int away = 20; away < 120 && grip.isNull(); ++away) {
+            const QPoint at = origin + QPoint(away, 0);
+            QTest::mouseClick(&m_window.view(), Qt::LeftButton, {}, at);
+            if (manipulator->handle() == GL_Manipulator::X)
+                grip = at;
+        }
+        QVERIFY2(!grip.isNull(), "the arrow can be picked");
+        QTest::mousePress(&m_window.view(), Qt::LeftButton, {}, grip);
+        QTest::mouseMove(&m_window.view(), grip + QPoint(30, -25));
+        QTest::mouseRelease(&m_window.view(), Qt::LeftButton, {}, grip + QPoint(30, -25));
+        const geometry::Vector3f moved = placeOf("left") - before;
+        QVERIFY2(moved.x > 0.01f, "it moved along x");
+        QVERIFY2(std::abs(moved.y) < 1e-4f && std::abs(moved.z) < 1e-4f, "and only so");
+        trigger("No handles");
+        QVERIFY(!m_window.scene().manipulator());
+    }
+
     void takesValuesFromTheTable()
     {
         auto* const table = m_window.findChild<PropertyTable*>();
@@ -126,9 +155,7 @@ private Q_SLOTS:
     void deletesWhatIsSelected()
     {
         m_window.scene().setSelection(node("left"));
-        for (QAction* const action : m_window.findChildren<QAction*>())
-            if (action->text() == "&Delete")
-                action->trigger();
+        trigger("&Delete");
         QVERIFY(!node("left"));
         QVERIFY(node("right"));
         QVERIFY(!m_window.scene().currentObject());
@@ -137,6 +164,12 @@ private Q_SLOTS:
     }
 
 private:
+    void trigger(const char* name)
+    {
+        for (QAction* const action : m_window.findChildren<QAction*>())
+            if (action->text() == name)
+                action->trigger();
+    }
     QString path(const char* name) const { return m_folder.filePath(QLatin1String(name)); }
 
     GL_Object* node(const char* name)
