@@ -111,8 +111,9 @@ class FaceParts
 public:
     void reset(unsigned count)
     {
-        m_parent.resize(count);
-        std::iota(m_parent.begin(), m_parent.end(), 0u);
+        if (m_parent.size() < count)
+            m_parent.resize(count);
+        std::iota(m_parent.begin(), m_parent.begin() + count, 0u);
     }
     unsigned partOf(unsigned i)
     {
@@ -160,20 +161,27 @@ public:
     template <class Topology>
     void join(const CornerShare* shares, unsigned count, const Topology& topology, FaceParts& parts)
     {
-        m_sides.clear();
-        for (unsigned i = 0; i < count; ++i) {
-            m_sides.push_back({topology.next(shares[i].corner), i, true});
-            m_sides.push_back({topology.previous(shares[i].corner), i, false});
+        constexpr unsigned few = 16;
+        if (count > few) {
+            joinSorted(shares, count, topology, parts);
+            return;
         }
-        sortSides();
-        for (std::size_t i = 0; i < m_sides.size();) {
-            const std::size_t first = i;
-            while (++i < m_sides.size() && m_sides[i].vertex == m_sides[first].vertex) {
+        // Comparing all with all takes less than sorting.
+        int next[few], previous[few];
+        for (unsigned i = 0; i < count; ++i) {
+            next[i] = topology.next(shares[i].corner);
+            previous[i] = topology.previous(shares[i].corner);
+        }
+        for (unsigned i = 0; i < count; ++i) {
+            unsigned other = 0, leaving = 0, arriving = 0;
+            for (unsigned k = 0; k < count; ++k) {
+                leaving += next[k] == next[i];
+                const bool isOther = previous[k] == next[i];
+                arriving += isOther;
+                other = isOther ? k : other;
             }
-            const Side &a = m_sides[first], &b = m_sides[first + (i - first > 1)];
-            if (i - first == 2 && a.isNext != b.isNext &&
-                meet(shares[a.share].normal, shares[b.share].normal))
-                parts.join(a.share, b.share);
+            if (leaving == 1 && arriving == 1 && meet(shares[i].normal, shares[other].normal))
+                parts.join(i, other);
         }
     }
 
@@ -190,20 +198,25 @@ private:
         return dot(a, b) > m_cos * std::sqrt(dot(a, a) * dot(b, b));
     }
 
-    void sortSides()
+    template <class Topology>
+    void joinSorted(const CornerShare* shares, unsigned count, const Topology& topology,
+                    FaceParts& parts)
     {
-        const auto isBefore = [](const Side& a, const Side& b) { return a.vertex < b.vertex; };
-        constexpr std::size_t few = 24; // there a general sort takes longer
-        if (m_sides.size() > few) {
-            std::sort(m_sides.begin(), m_sides.end(), isBefore);
-            return;
+        m_sides.clear();
+        for (unsigned i = 0; i < count; ++i) {
+            m_sides.push_back({topology.next(shares[i].corner), i, true});
+            m_sides.push_back({topology.previous(shares[i].corner), i, false});
         }
-        for (std::size_t i = 1; i < m_sides.size(); ++i) {
-            const Side side = m_sides[i];
-            std::size_t k = i;
-            for (; k > 0 && side.vertex < m_sides[k - 1].vertex; --k)
-                m_sides[k] = m_sides[k - 1];
-            m_sides[k] = side;
+        std::sort(m_sides.begin(), m_sides.end(),
+                  [](const Side& a, const Side& b) { return a.vertex < b.vertex; });
+        for (std::size_t i = 0; i < m_sides.size();) {
+            const std::size_t first = i;
+            while (++i < m_sides.size() && m_sides[i].vertex == m_sides[first].vertex) {
+            }
+            const Side &a = m_sides[first], &b = m_sides[first + (i - first > 1)];
+            if (i - first == 2 && a.isNext != b.isNext &&
+                meet(shares[a.share].normal, shares[b.share].normal))
+                parts.join(a.share, b.share);
         }
     }
 
