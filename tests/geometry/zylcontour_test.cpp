@@ -176,7 +176,7 @@ bool windings(const std::vector<Outline>& outlines, double x, double y, int& cou
     count = 0;
     for (const Outline& outline : outlines) {
         for (std::size_t i = 0; i < outline.size(); ++i) {
-            const Vector3d a(Vector3f(outline[i])), b(Vector3f(outline[(i + 1) % outline.size()]));
+            const Vector3d a{Vector3f(outline[i])}, b{Vector3f(outline[(i + 1) % outline.size()])};
             const double side = orientation(a, b, x, y);
             if (std::abs(side) < 1e-4 * (b - a).length())
                 return false;
