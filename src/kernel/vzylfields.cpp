@@ -1,6 +1,8 @@
 #include "kernel/vzylfields_p.h"
 
+#include "kernel/vzylrows.h"
 #include "math/msbarray.h"
+#include "security/asnarray.h"
 #include "security/asnarray.h"
 #include "security/asnvalue.h"
 #include "security/derlength_p.h"
@@ -156,6 +158,20 @@ void put(QDataStream& stream, const VMemArray<VColor>& colors)
     stream << pixels;
 }
 
+void put(QDataStream& stream, const VZylRows& rows)
+{
+    std::vector<int> flat;
+    flat.reserve(rows.numbers.size() + rows.size());
+    for (unsigned row = 0; row < rows.size(); ++row) {
+        flat.push_back(int(rows.length(row)));
+        flat.insert(flat.end(), rows.data(row), rows.data(row) + rows.length(row));
+    }
+    MSBArray octets;
+    asn::Array::encode(octets, flat.data(), unsigned(flat.size()));
+    stream << quint8(DerValue::OctetString);
+    DerValue::encode(stream, octets);
+}
+
 void get(QDataStream& stream, int& value)
 {
     getNumber(stream, DerValue::Integer, value);
@@ -221,6 +237,28 @@ void get(QDataStream& stream, VMemArray<VColor>& colors)
     std::transform(pixels.begin(), pixels.end(), read.begin(),
                    [](unsigned p) { return VColor(p); });
     colors = read;
+}
+
+void get(QDataStream& stream, VZylRows& rows)
+{
+    QByteArray content;
+    if (!getContent(stream, DerValue::OctetString, content))
+        return;
+    const MSBArray octets(content.constData(), unsigned(content.size()));
+    std::vector<int> flat(asn::Array::count(octets));
+    const unsigned count = asn::Array::decode(octets, flat.data(), unsigned(flat.size()));
+    VZylRows read;
+    for (unsigned at = 0; at < count;) {
+        const int length = flat[at++];
+        if (length < 0 || unsigned(length) > count - at) {
+            fail(stream);
+            return;
+        }
+        read.numbers.insert(read.numbers.end(), flat.begin() + at, flat.begin() + at + length);
+        read.endRow();
+        at += unsigned(length);
+    }
+    rows = std::move(read);
 }
 
 bool getContent(QDataStream& stream, quint8 tag, QByteArray& content)

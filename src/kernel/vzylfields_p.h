@@ -75,6 +75,7 @@ void put(QDataStream& stream, const char* text);
 void put(QDataStream& stream, const QCString& text);
 void put(QDataStream& stream, const QString& text);
 void put(QDataStream& stream, const QStringList& list);
+void put(QDataStream& stream, const VZylRows& rows);
 void put(QDataStream& stream, const QStrList& list);
 void put(QDataStream& stream, const VMemArray<VColor>& colors);
 template <class T>
@@ -92,6 +93,7 @@ void get(QDataStream& stream, VColor& color);
 void get(QDataStream& stream, QCString& text);
 void get(QDataStream& stream, QString& text);
 void get(QDataStream& stream, QStringList& list);
+void get(QDataStream& stream, VZylRows& rows);
 void get(QDataStream& stream, QStrList& list);
 void get(QDataStream& stream, VMemArray<VColor>& colors);
 template <class T>

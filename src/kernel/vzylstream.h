@@ -26,9 +26,11 @@ class VFormatIO;
 class VMetaClass;
 class VZylReader;
 class VZylWriter;
+struct VZylRows;
 class ZYLObject;
 namespace geometry
 {
+class GeneralPath;
 class GVectorArray;
 }
 
@@ -161,6 +163,10 @@ public:
     int read(geometry::GVectorArray& array);
     /// The numbers alone; with `brace`, the opening brace is still to come.
     int read(geometry::GVectorArray& array, bool brace);
+    /// On failure the rows before the fault are there.
+    int read(VZylRows& rows);
+    /// `{ flags 0x20002; vertices { ... }; types { 0, 1, -1 }; }`. On failure the path stays.
+    int read(geometry::GeneralPath& path);
     /// Makes each object by the name of its class and appends it. What isn't a `T` is passed over,
     /// as is an unknown class.
     template <class T>
@@ -251,6 +257,8 @@ public:
     template <class T>
     void write(const VMemArray<T>& array);
     void write(const geometry::GVectorArray& array);
+    void write(const VZylRows& rows);
+    void write(const geometry::GeneralPath& path);
 
     enum ListFlag { Braces = 1, Define = 2 };
     /// Each object as a block; with `Braces`, inside of another one.
@@ -336,7 +344,7 @@ int VZylStream::read(const char* key, T& value)
     if (!text)
         return -1;
     if constexpr (std::is_base_of_v<VGArray, T> || std::is_same_v<T, QStringList> ||
-                  std::is_same_v<T, QStrList>) {
+                  std::is_same_v<T, QStrList> || std::is_same_v<T, VZylRows>) {
         T fresh(value);
         const int result = read(fresh);
         if (result >= 0)

@@ -1,8 +1,10 @@
 #include "geometry/gvector.h"
+#include "geometry/zylgeneralpath.h"
 #include "geometry/zylhmatrix.h"
 #include "geometry/zylquaternion.h"
 #include "geometry/zylvector.h"
 #include "kernel/vzylreader_p.h"
+#include "kernel/vzylrows.h"
 #include "kernel/vzylstream.h"
 
 #include <algorithm>
@@ -208,6 +210,23 @@ int readNumbers(VZylReader& reader, geometry::GVectorArray& array)
         return true;
     });
 }
+/// Reads rows of one length in bulk, as far as they follow one another.
+void readEqualRows(VZylReader& reader, VZylRows& rows, unsigned length)
+{
+    constexpr std::size_t mostNumbers = 0x10000; // at a time
+    std::size_t wanted = 8;
+    while (length > 0 && wanted * length <= mostNumbers) {
+        const std::size_t begin = rows.numbers.size();
+        rows.numbers.resize(begin + wanted * length);
+        const std::size_t found = reader.readRun(rows.numbers.data() + begin, wanted, length);
+        rows.numbers.resize(begin + found * length);
+        for (std::size_t i = 1; i <= found; ++i)
+            rows.ends.push_back(unsigned(begin + i * length));
+        if (found < wanted)
+            break;
+        wanted *= 2;
+    }
+}
 } // namespace
 
 int VZylStream::read(int& value)
@@ -398,6 +417,82 @@ int VZylStream::read(geometry::GVectorArray& array, bool brace)
         break;
     }
     return readNumbers<char>(*m_reader, array);
+}
+
+int VZylStream::read(VZylRows& rows)
+{
+    rows.clear();
+    m_reader->prepare();
+    if (!m_reader->take('{'))
+        return -1;
+    if (m_reader->take('}'))
+        return 0;
+    int separator;
+    do {
+        const std::size_t begin = rows.numbers.size();
+        if (!m_reader->take('{'))
+            return -1;
+        if (!m_reader->take('}')) {
+            do {
+                int number;
+                if (!readElement(*m_reader, number)) {
+                    rows.numbers.resize(begin);
+                    return -1;
+                }
+                rows.numbers.push_back(number);
+            } while (m_reader->take(','));
+            if (!m_reader->take('}')) {
+                rows.numbers.resize(begin);
+                return -1;
+            }
+        }
+        rows.endRow();
+        separator = m_reader->next();
+        if (separator == ',')
+            readEqualRows(*m_reader, rows, unsigned(rows.numbers.size() - begin));
+    } while (separator == ',');
+    return separator == '}' ? int(rows.size()) : -1;
+}
+
+int VZylStream::read(geometry::GeneralPath& path)
+{
+    m_reader->prepare();
+    if (!m_reader->take('{'))
+        return -1;
+    geometry::GeneralPath fresh(path.dimension());
+    VMemArray<int> types;
+    QCString word;
+    while (read_identifier(word) > 0) {
+        int found = 1;
+        if (word == "flags") {
+            unsigned flags = 0;
+            read(flags);
+            fresh.vertices.setFlags(flags);
+        } else if (word == "vertices") {
+            found = read(fresh.vertices, true);
+        } else if (word == "types") {
+            found = read(types);
+        } else {
+            report(VFormatDiagnostics::SkippedKey, QString::fromLatin1(word.data()));
+        }
+        if (found < 0)
+            return found;
+        m_reader->skipThrough(';');
+    }
+    const int dimension = fresh.dimension();
+    if (!m_reader->take('}') || dimension < 2 || dimension > geometry::GeneralPath::maxDimension)
+        return -1;
+    const unsigned flags = fresh.vertices.flags() | unsigned(geometry::GVector::Float);
+    fresh.vertices = fresh.vertices.toFloatArray();
+    fresh.vertices.setFlags((flags & ~geometry::GVector::typeMask) |
+                            unsigned(geometry::GVector::Float));
+    if (!fresh.types.resize(types.size()))
+        return -1;
+    for (unsigned i = 0; i < types.size(); ++i)
+        fresh.types.data()[i] = char(types.data()[i]);
+    path.vertices = fresh.vertices;
+    path.types = fresh.types;
+    return int(types.size());
 }
 
 template ZYL_EXPORT int VZylStream::read(geometry::Vector2i&);

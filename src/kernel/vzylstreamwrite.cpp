@@ -1,14 +1,17 @@
 #include "geometry/gvector.h"
+#include "geometry/zylgeneralpath.h"
 #include "geometry/zylhmatrix.h"
 #include "geometry/zylquaternion.h"
 #include "geometry/zylvector.h"
 #include "kernel/vformatio.h"
 #include "kernel/vzylstream.h"
+#include "kernel/vzylrows.h"
 #include "kernel/vzylwriter_p.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string_view>
+#include <vector>
 
 using geometry::Matrix4f;
 using geometry::Quaternion;
@@ -423,6 +426,37 @@ void VZylStream::write(const VMemArray<T>& array)
 {
     const VZylWriter::Scope scope(*m_writer);
     putElements(*m_writer, array.data(), array.size());
+}
+
+void VZylStream::write(const VZylRows& rows)
+{
+    const VZylWriter::Scope scope(*m_writer);
+    putLines(*m_writer, rows.size(), [&](std::size_t row) {
+        putTuple(*m_writer, rows.data(unsigned(row)), rows.length(unsigned(row)));
+    });
+}
+
+void VZylStream::write(const geometry::GeneralPath& path)
+{
+    using geometry::GeneralPath;
+    const VZylWriter::Scope scope(*m_writer);
+    std::vector<int> types;
+    for (const char type : path.types)
+        types.push_back(GeneralPath::segmentType(static_cast<unsigned char>(type)));
+    m_writer->put("{\n");
+    m_writer->raiseIndent(1);
+    begin("flags");
+    putColor(*m_writer, VColor(path.vertices.flags()));
+    end();
+    begin("vertices");
+    putData<float>(*m_writer, path.vertices);
+    end();
+    begin("types");
+    write(types.data(), unsigned(types.size()));
+    end();
+    m_writer->raiseIndent(-1);
+    m_writer->putIndent();
+    m_writer->put('}');
 }
 
 void VZylStream::write(const geometry::GVectorArray& array)
