@@ -1,6 +1,7 @@
 #include "opengl/glcube.h"
 
 #include "kernel/vzylfields_p.h"
+#include "opengl/glrenderevent.h"
 
 #include <GL/gl.h>
 
@@ -14,33 +15,46 @@ struct Vertex {
     GLfloat point[3];
 };
 
-/// The corners of the faces, counterclockwise from outside.
+/// The corners of the faces, counterclockwise from outside. They stand from one cube to the next,
+/// which mostly is of the same size.
 struct Faces {
-    Faces(float width, float height, float depth)
+    void setSize(float width, float height, float depth)
     {
-        const float half[3] = {width / 2, height / 2, depth / 2};
+        if (size[0] == width && size[1] == height && size[2] == depth)
+            return;
+        size[0] = width;
+        size[1] = height;
+        size[2] = depth;
         Vertex* to = vertices;
         for (int axis = 0; axis < 3; ++axis) {
             const int along = (axis + 1) % 3, up = (axis + 2) % 3;
-            for (const float side : {-1.0f, 1.0f}) {
+            for (const float side : {-0.5f, 0.5f}) {
                 static constexpr GLfloat corners[4][2] = {{0, 0}, {1, 0}, {1, 1}, {0, 1}};
                 for (const GLfloat(&corner)[2] : corners) {
                     *to = Vertex();
                     to->texture[0] = corner[0];
                     to->texture[1] = corner[1];
-                    to->normal[axis] = side;
-                    to->point[axis] = side * half[axis];
+                    to->normal[axis] = 2 * side;
+                    to->point[axis] = side * size[axis];
                     // Seen from below the corners would go round the other way.
-                    to->point[along] = side * (2 * corner[0] - 1) * half[along];
-                    to->point[up] = (2 * corner[1] - 1) * half[up];
+                    to->point[along] = 2 * side * (corner[0] - 0.5f) * size[along];
+                    to->point[up] = (corner[1] - 0.5f) * size[up];
                     ++to;
                 }
             }
         }
     }
 
-    Vertex vertices[24];
+    float size[3] = {};
+    Vertex vertices[24] = {};
 };
+
+Faces& facesOf(float width, float height, float depth)
+{
+    static thread_local Faces faces;
+    faces.setSize(width, height, depth);
+    return faces;
+}
 } // namespace
 
 struct GL_Cube::Stored {
@@ -64,6 +78,7 @@ const VMetaClass* GL_Cube::metaObject() const
 GL_Cube::GL_Cube()
 {
     setExtent(Stale);
+    setKeepsArrays(true);
 }
 
 VFormatIO& GL_Cube::read(VFormatIO& io)
@@ -89,15 +104,19 @@ void GL_Cube::draw(GL_RenderEvent* event)
     GL_Shape::draw(event);
 }
 
-void GL_Cube::drawShape(GL_RenderEvent*)
+void GL_Cube::drawShape(GL_RenderEvent* event)
 {
-    drawCube(float(width), float(height), float(depth));
+    if (!event->state.keepsArrays()) {
+        drawCube(float(width), float(height), float(depth));
+        return;
+    }
+    event->state.setArrays(facesOf(float(width), float(height), float(depth)).vertices);
+    glDrawArrays(GL_QUADS, 0, 24);
 }
 
 void GL_Cube::drawCube(float width, float height, float depth)
 {
-    const Faces faces(width, height, depth);
-    glInterleavedArrays(GL_T2F_N3F_V3F, 0, faces.vertices);
+    glInterleavedArrays(GL_T2F_N3F_V3F, 0, facesOf(width, height, depth).vertices);
     glDrawArrays(GL_QUADS, 0, 24);
     for (const GLenum array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_TEXTURE_COORD_ARRAY})
         glDisableClientState(array);

@@ -144,8 +144,10 @@ void GL_ObjectList::draw(GL_RenderEvent* event) const
             continue;
         if (object->m_kind != GL_Object::Kind::Shape)
             event->state.settle();
+        event->state.setKeepingArrays(object->m_keepsArrays);
         object->draw(event);
     }
+    event->state.setKeepingArrays(false);
 }
 
 void GL_ObjectList::hit(GL_RenderEvent* event, unsigned first) const

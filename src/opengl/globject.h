@@ -119,6 +119,9 @@ protected:
     /// bounds promise nothing.
     enum Extent : quint8 { Unknown, Stale, Measured };
     void setExtent(Extent extent) { m_extent = extent; }
+    /// For nodes that many scenes hold very many of, and that use no vertex arrays but those that
+    /// they leave to each other: see `GL_State::setArrays`.
+    void setKeepsArrays(bool keeps) { m_keepsArrays = keeps; }
 
     /// Handles the events that read and change the node's matrix.
     bool transformEvent(VEvent* event, geometry::Matrix4f& transform);
@@ -155,4 +158,5 @@ private:
     mutable float m_radius = 0;          // infinite for what must not be passed over
     mutable Extent m_extent = Unknown;
     const Kind m_kind = Kind::Plain;
+    bool m_keepsArrays = false;
 };

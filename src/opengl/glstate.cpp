@@ -115,6 +115,21 @@ void GL_State::forgetMaterials()
     m_faces[0].known = m_faces[1].known = 0;
 }
 
+void GL_State::setArrays(const void* vertices)
+{
+    if (m_arrays == vertices)
+        return;
+    m_arrays = vertices;
+    glInterleavedArrays(GL_T2F_N3F_V3F, 0, vertices);
+}
+
+void GL_State::endArrays()
+{
+    m_arrays = nullptr;
+    for (const GLenum array : {GL_VERTEX_ARRAY, GL_NORMAL_ARRAY, GL_TEXTURE_COORD_ARRAY})
+        glDisableClientState(array);
+}
+
 void GL_State::borrow()
 {
     if (m_borrowed)

@@ -46,6 +46,18 @@ public:
     void resetTextureCoords();
     /// Leaves out back faces until `settle`, or until culling is set otherwise.
     void hideBackFaces();
+    /// Whether the node that draws next may leave vertex arrays set for the one after it. Ends
+    /// those that are, where not.
+    void setKeepingArrays(bool keep)
+    {
+        if (!keep && m_arrays)
+            endArrays();
+        m_keepsArrays = keep;
+    }
+    /// Makes arrays in the format GL_T2F_N3F_V3F current, until `endArrays`.
+    void setArrays(const void* vertices);
+    void endArrays();
+    bool keepsArrays() const { return m_keepsArrays; }
     /// Puts back what was borrowed: before other nodes draw, and at the end.
     void settle()
     {
@@ -73,6 +85,8 @@ private:
     unsigned m_shadeModel = 0;
     unsigned m_frontFace = 0;
     Face m_faces[2];
+    const void* m_arrays = nullptr; // that are set
+    bool m_keepsArrays = false;
     bool m_borrowed = false;
     bool m_hiding = false;
     signed char m_hidesCovered = -1; // -1 is unknown
