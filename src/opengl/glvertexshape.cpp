@@ -1,0 +1,143 @@
+#include "opengl/glvertexshape.h"
+
+#include "opengl/glcurve_p.h"
+#include "opengl/glnamelist_p.h"
+#include "opengl/glpoints_p.h"
+
+#include <GL/gl.h>
+
+using geometry::GVector;
+using geometry::Vector3f;
+
+const VMetaClass GL_VertexShape::metaClass("GL_VertexShape", &ZYLObject::factory,
+                                           &GL_Shape::metaClass);
+
+const VMetaClass* GL_VertexShape::metaObject() const
+{
+    return &metaClass;
+}
+
+GL_VertexShape::GL_VertexShape()
+{
+    vertices = geometry::GVectorArray(0, 3, unsigned(GVector::Float));
+}
+
+void GL_VertexShape::rebuild()
+{
+    setFlags(Rebuild, true);
+    updateBounds();
+}
+
+void GL_VertexShape::updateBounds()
+{
+    setShapeBounds(GL_PointView(vertices).bounds());
+}
+
+bool GL_VertexShape::event(VEvent* event)
+{
+    if (const geometry::Matrix4f* const matrix = pointTransform(event)) {
+        auto* const action = static_cast<VActionEvent*>(event);
+        const int index = action->detail();
+        if (index >= 0 && unsigned(index) < GL_PointView(vertices).size()) {
+            const Vector3f point = GL_PointView(vertices)[unsigned(index)];
+            GL_PointView::replace(vertices, unsigned(index), transformed(point, *matrix));
+            rebuild();
+            action->accept();
+            return true;
+        }
+    }
+    return GL_Shape::event(event);
+}
+
+VFormatIO& GL_VertexShape::readMaterials(VFormatIO& io, int tag)
+{
+    VZylStream* const stream = VZylStream::get(io);
+    QDataStream* const data = stream ? stream->dataStream() : nullptr;
+    if (data) {
+        quint8 found;
+        if (!zylfields::nextTag(*data, found))
+            return io;
+        if (found != tag) {
+            zylfields::putBack(*data, found);
+            return io;
+        }
+    }
+    return namelist::read(io, "materials", &GL_Scene::materials, m_materials);
+}
+
+VFormatIO& GL_VertexShape::writeMaterials(VFormatIO& io, int tag) const
+{
+    VZylStream* const stream = VZylStream::get(io);
+    if (!stream || m_materials.isEmpty())
+        return io;
+    if (QDataStream* const data = stream->dataStream()) {
+        *data << quint8(tag);
+        return namelist::write(io, m_materials);
+    }
+    stream->begin("materials");
+    namelist::write(io, m_materials);
+    stream->end();
+    return io;
+}
+
+void GL_VertexShape::init(GL_Scene*)
+{
+    updateBounds();
+    setFlags(OpaqueFaces | TransparentFaces, false);
+    for (const GL_Material* material : m_materials)
+        if (material)
+            setFlags(material->isTransparent() ? TransparentFaces : OpaqueFaces, true);
+}
+
+bool GL_VertexShape::shouldRender(GL_RenderEvent* event) const
+{
+    if (event->pass < 0)
+        return true;
+    if (m_materials.isEmpty())
+        return GL_Shape::shouldRender(event);
+    return event->pass == 0 ? testFlags(OpaqueFaces | Selected) : testFlags(TransparentFaces);
+}
+
+void GL_VertexShape::hit(GL_RenderEvent* event)
+{
+    if (!isSelected()) {
+        const unsigned flags = event->flags;
+        event->flags |= GL_RenderEvent::FillOnly;
+        draw(event);
+        event->flags = flags;
+        return;
+    }
+    const GL_MatrixScope scope(event->traversal, transform());
+    const GL_PointView points(vertices);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, points.data());
+    glPushName(0);
+    for (unsigned i = 0; i < points.size(); ++i) {
+        glLoadName(i);
+        glDrawArrays(GL_POINTS, GLint(i), 1);
+    }
+    glPopName();
+    glDisableClientState(GL_VERTEX_ARRAY);
+}
+
+bool GL_VertexShape::drag(GL_Viewer* viewer, const geometry::Vector2i& from,
+                          const geometry::Vector2i& to)
+{
+    const int part = pickedPart(this, viewer);
+    if (part < 0 || unsigned(part) >= GL_PointView(vertices).size())
+        return GL_Shape::drag(viewer, from, to);
+    const Vector3f point = GL_PointView(vertices)[unsigned(part)];
+    const Vector3f offset = viewer->localVector(this, from, to, point);
+    GL_PointView::replace(vertices, unsigned(part), point + offset);
+    rebuild();
+    return true;
+}
+
+void GL_VertexShape::drawHandles(GL_RenderEvent*)
+{
+    const GL_PointView points(vertices);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glVertexPointer(3, GL_FLOAT, 0, points.data());
+    glDrawArrays(GL_POINTS, 0, GLsizei(points.size()));
+    glDisableClientState(GL_VERTEX_ARRAY);
+}
