@@ -11,6 +11,7 @@
 #include "opengl/glcube.h"
 #include "opengl/gllight.h"
 #include "opengl/glgroup.h"
+#include "opengl/glmesh.h"
 #include "opengl/glquadric.h"
 #include "opengl/glscene.h"
 #include "opengl/glviewer.h"
@@ -116,6 +117,22 @@ void fillDeep(GL_Scene& scene, int depth)
         for (int k = 0; k < 10; ++k, ++i)
             list->append(node(scene, i, depth * 10, false));
     }
+}
+
+/// One mesh whose normals the library makes.
+void fillMesh(GL_Scene& scene, int triangles)
+{
+    fillLooks(scene);
+    const Mesh content = makeMesh(triangles);
+    auto* const mesh = new GL_TriangleMesh;
+    mesh->vertices = geometry::GVectorArray(&content.vertex[0].x, int(content.vertex.size()), 3);
+    mesh->reserve(unsigned(content.index.size() / 3));
+    for (std::size_t i = 0; i < content.index.size(); i += 3)
+        mesh->addFace(0, int(content.index[i]), int(content.index[i + 1]),
+                      int(content.index[i + 2]));
+    mesh->setFlags(GL_Object::SmoothAngle, true);
+    mesh->setMaterial(scene.materials().at(3));
+    scene.objects().append(mesh);
 }
 
 void drawTest(const std::string& name, GL_Scene& scene, float extent)
@@ -323,6 +340,10 @@ int run(const std::string& test, int n, const std::string& where)
         GL_Scene scene;
         fillDeep(scene, n);
         drawTest("draw.deep." + size, scene, extentFor(n * 10));
+    } else if (test == "mesh") {
+        GL_Scene scene;
+        fillMesh(scene, n);
+        drawTest("draw.mesh." + size, scene, 1);
     } else if (test == "pick") {
         pickTest(n);
     } else if (test == "animate") {
@@ -336,6 +357,10 @@ int run(const std::string& test, int n, const std::string& where)
     } else if (test == "save") {
         Many many(n, false);
         saveTest(many.scene, where + "/ours_many" + size, "many" + size);
+    } else if (test == "save-mesh") {
+        GL_Scene scene;
+        fillMesh(scene, n);
+        saveTest(scene, where + "/ours_mesh" + size, "mesh" + size);
     } else if (test == "save-deep") {
         GL_Scene scene;
         fillDeep(scene, n);
