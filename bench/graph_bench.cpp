@@ -235,29 +235,37 @@ void animateDrawTest(int n)
 
 struct Memory {
     double built = 0;
-    double caches = 0;
+    double caches = 0; // and what the driver needs for a first scene of that size
+    double kept = 0;   // for a second one, beside what it was built of
 };
+
+/// Growth over the first frames of a scene, in bytes a node.
+double growth(BenchViewer& viewer, int n)
+{
+    const double before = rssKiB();
+    for (int i = 0; i < 15; ++i)
+        viewer.render();
+    glFinish();
+    return (rssKiB() - before) * 1024 / n;
+}
 
 Memory memory(int n)
 {
     Memory result;
-    double before = rssKiB();
+    const double before = rssKiB();
     Many many(n, false);
     result.built = (rssKiB() - before) * 1024 / n;
     Context context;
     {
         Many tiny(1, false);
         BenchViewer viewer(tiny.scene, 2);
-        for (int i = 0; i < 5; ++i)
-            viewer.render();
-        glFinish();
+        growth(viewer, 1);
     }
     BenchViewer viewer(many.scene, extentFor(n));
-    before = rssKiB();
-    for (int i = 0; i < 15; ++i)
-        viewer.render();
-    glFinish();
-    result.caches = (rssKiB() - before) * 1024 / n;
+    result.caches = growth(viewer, n);
+    Many second(n, false);
+    BenchViewer secondViewer(second.scene, extentFor(n));
+    result.kept = growth(secondViewer, n);
     return result;
 }
 
@@ -304,6 +312,7 @@ void figures()
     print("scene: 10000 transforms animated, ms", median(animateTimes(n)), 1.0);
     const Memory bytes = memory(n);
     print("scene: bytes a node / 500", bytes.built / 500, 1.0);
+    print("scene: bytes a drawn node keeps / 10", bytes.kept / 10, 1.0);
     Context context;
     Many many(n, false);
     BenchViewer viewer(many.scene, extentFor(n));
@@ -354,6 +363,7 @@ int run(const std::string& test, int n, const std::string& where)
         const Memory bytes = memory(n);
         report(("mem." + size + ".built").c_str(), bytes.built, "B/node");
         report(("mem." + size + ".caches").c_str(), bytes.caches, "B/node");
+        report(("mem." + size + ".kept").c_str(), bytes.kept, "B/node");
     } else if (test == "save") {
         Many many(n, false);
         saveTest(many.scene, where + "/ours_many" + size, "many" + size);

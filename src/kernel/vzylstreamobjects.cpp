@@ -110,6 +110,11 @@ QByteArray readContent(QIODevice* device, quint64 length)
         return QByteArray::fromRawData(data.constData() + at, size);
     }
     QByteArray content;
+    if (!device->isSequential() && quint64(device->bytesAvailable()) >= length) {
+        content.resize(qsizetype(length));
+        content.truncate(std::max<qint64>(device->read(content.data(), content.size()), 0));
+        return content;
+    }
     while (quint64(content.size()) < length) {
         const QByteArray piece =
             device->read(qint64(std::min<quint64>(length - quint64(content.size()), 1 << 20)));
