@@ -7,7 +7,7 @@
 #include "security/asnvalue.h"
 #include "security/derlength_p.h"
 
-#include <qiodevice.h>
+#include <qbuffer.h>
 
 #include <algorithm>
 #include <cstring>
@@ -160,11 +160,11 @@ void put(QDataStream& stream, const VMemArray<VColor>& colors)
 
 void put(QDataStream& stream, const VZylRows& rows)
 {
-    std::vector<int> flat;
-    flat.reserve(rows.numbers.size() + rows.size());
+    std::vector<int> flat(rows.numbers.size() + rows.size());
+    int* out = flat.data();
     for (unsigned row = 0; row < rows.size(); ++row) {
-        flat.push_back(int(rows.length(row)));
-        flat.insert(flat.end(), rows.data(row), rows.data(row) + rows.length(row));
+        *out++ = int(rows.length(row));
+        out = std::copy_n(rows.data(row), rows.length(row), out);
     }
     MSBArray octets;
     asn::Array::encode(octets, flat.data(), unsigned(flat.size()));
@@ -205,7 +205,7 @@ void get(QDataStream& stream, QCString& text)
 {
     QByteArray content;
     if (getContent(stream, DerValue::PrintableString, content))
-        text = QCString(content.constData());
+        text = QCString(content.constData(), unsigned(content.size()) + 1);
 }
 
 void get(QDataStream& stream, QString& text)
@@ -244,20 +244,28 @@ void get(QDataStream& stream, VZylRows& rows)
     QByteArray content;
     if (!getContent(stream, DerValue::OctetString, content))
         return;
-    const MSBArray octets(content.constData(), unsigned(content.size()));
-    std::vector<int> flat(asn::Array::count(octets));
-    const unsigned count = asn::Array::decode(octets, flat.data(), unsigned(flat.size()));
+    MSBArray octets;
+    octets.setRawData(content.constData(), unsigned(content.size()));
     VZylRows read;
+    std::vector<int>& numbers = read.numbers;
+    numbers.resize(asn::Array::count(octets));
+    const unsigned count = asn::Array::decode(octets, numbers.data(), unsigned(numbers.size()));
+    octets.resetRawData(content.constData(), unsigned(content.size()));
+    // The numbers move down over the lengths that stand between them.
+    auto end = numbers.begin();
     for (unsigned at = 0; at < count;) {
-        const int length = flat[at++];
+        const int length = numbers[at++];
         if (length < 0 || unsigned(length) > count - at) {
             fail(stream);
             return;
         }
-        read.numbers.insert(read.numbers.end(), flat.begin() + at, flat.begin() + at + length);
-        read.endRow();
+        if (read.ends.empty())
+            read.ends.reserve(count / (unsigned(length) + 1));
+        end = std::copy_n(numbers.begin() + at, length, end);
+        read.ends.push_back(unsigned(end - numbers.begin()));
         at += unsigned(length);
     }
+    numbers.erase(end, numbers.end());
     rows = std::move(read);
 }
 
@@ -280,6 +288,12 @@ bool getContent(QDataStream& stream, quint8 tag, QByteArray& content)
     if (!fits) {
         fail(stream);
         return false;
+    }
+    // What a buffer holds isn't copied, so that the content lives as long as the buffer's.
+    if (auto* const memory = qobject_cast<QBuffer*>(stream.device())) {
+        content =
+            QByteArray::fromRawData(memory->data().constData() + memory->pos(), qsizetype(length));
+        return memory->seek(memory->pos() + length);
     }
     content.resize(qsizetype(length));
     stream.readRawData(content.data(), int(length));

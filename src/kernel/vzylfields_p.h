@@ -102,7 +102,8 @@ void get(QDataStream& stream, T& value)
     stream >> value;
 }
 
-/// The content of a value of this tag, held against the bytes that are there.
+/// The content of a value of this tag, held against the bytes that are there. Where the stream is
+/// on a buffer it views the buffer's bytes, and so isn't closed by a zero.
 bool getContent(QDataStream& stream, quint8 tag, QByteArray& content);
 void putContent(QDataStream& stream, quint8 tag, const QByteArray& content);
 
