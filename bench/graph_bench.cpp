@@ -12,6 +12,7 @@
 #include "opengl/gllight.h"
 #include "opengl/glgroup.h"
 #include "opengl/glmesh.h"
+#include "opengl/glnurbssurface.h"
 #include "opengl/glquadric.h"
 #include "opengl/glscene.h"
 #include "opengl/glviewer.h"
@@ -305,6 +306,33 @@ void loadTest(const std::string& path)
     report((key + ".peak").c_str(), peakRssMiB() - base, "MiB");
 }
 
+void surfaceFigure()
+{
+    constexpr int side = 100;
+    std::vector<float> points;
+    for (int i = 0; i < side * side; ++i)
+        for (const float x : {float(i % side) * 0.1f - 5, float(i / side) * 0.1f - 5,
+                              std::sin(float(i % 17)) * 0.3f})
+            points.push_back(x);
+    GL_Scene scene;
+    fillLooks(scene);
+    auto* const surface = new GL_NurbsSurface;
+    surface->vertices = geometry::GVectorArray(points.data(), side * side, 3);
+    surface->countU = surface->countV = side;
+    surface->init(&scene);
+    scene.objects().append(surface);
+    BenchViewer viewer(scene, 5);
+    const auto redraw = [&] {
+        viewer.render();
+        glFinish();
+    };
+    compare("nurbs_surface_redraw_to_first", 0.2, redraw, [&] {
+        surface->init(&scene);
+        redraw();
+    });
+    std::printf("# the surface covers %.0f%% of the picture\n", coverage());
+}
+
 /// What can be told without a peer.
 void figures()
 {
@@ -314,6 +342,7 @@ void figures()
     print("scene: bytes a node / 500", bytes.built / 500, 1.0);
     print("scene: bytes a drawn node keeps / 10", bytes.kept / 10, 1.0);
     Context context;
+    surfaceFigure();
     Many many(n, false);
     BenchViewer viewer(many.scene, extentFor(n));
     for (int i = 0; i < 12; ++i)

@@ -1,8 +1,8 @@
 #include "opengl/glnurbscurve.h"
 
 #include "geometry/zylbspline.h"
-#include "kernel/vzylfields_p.h"
 #include "opengl/glcurve_p.h"
+#include "opengl/glnurbsfile_p.h"
 #include "opengl/glpoints_p.h"
 #include "security/asnarray.h"
 
@@ -36,27 +36,7 @@ constexpr std::tuple fields(filled("vertices", 0x80, &Record::vertices),
 
 VMemArray<float> floatKnots(const geometry::NurbsCurve& curve)
 {
-    VMemArray<float> knots;
-    const bool isDouble = curve.vertices.type() == GVector::Double;
-    const unsigned count =
-        curve.knots.size() / geometry::KnotVector::itemSize(curve.vertices.flags());
-    if (count == 0 || !knots.resize(count))
-        return knots;
-    for (unsigned i = 0; i < count; ++i)
-        knots.data()[i] =
-            isDouble ? float(curve.knots.as<double>()[i]) : curve.knots.as<float>()[i];
-    return knots;
-}
-
-void setKnots(geometry::NurbsCurve& curve, const VMemArray<float>& knots)
-{
-    curve.knots.clear();
-    if (curve.vertices.type() != GVector::Double) {
-        curve.knots.duplicate(knots.data(), unsigned(knots.size() * sizeof(float)));
-        return;
-    }
-    const std::vector<double> wide(knots.begin(), knots.end());
-    curve.knots.duplicate(wide.data(), unsigned(wide.size() * sizeof(double)));
+    return nurbsfile::toFloats(curve.knots, curve.vertices.flags());
 }
 
 void drawArray(GLenum mode, const Vector3f* points, std::size_t count)
@@ -123,7 +103,7 @@ VFormatIO& GL_NurbsCurve::read(VFormatIO& io)
     zylfields::read(GL_Curve::read(io), record, fields);
     vertices = record.vertices;
     order = record.order;
-    setKnots(*this, record.knots);
+    knots = nurbsfile::toKnots(record.knots, vertices.flags());
     m_step = record.step;
     rebuild();
     return io;

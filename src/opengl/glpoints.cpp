@@ -7,16 +7,12 @@ using geometry::GVector;
 using geometry::GVectorArray;
 using geometry::Vector3f;
 
-namespace
-{
-/// Which number of a vertex is its weight, or -1.
-int weightIndex(int dimension, unsigned flags)
+int GL_PointView::weightIndex(int dimension, unsigned flags)
 {
     if (dimension > 3)
         return 3;
     return (flags & GVector::homogeneous) && dimension > 1 ? dimension - 1 : -1;
 }
-} // namespace
 
 GL_PointView::GL_PointView(const GVectorArray& vertices)
 {

@@ -23,6 +23,8 @@ public:
     /// Points that are no finite numbers count nowhere.
     geometry::Box3f bounds() const;
 
+    /// Which number of a vertex is its weight, or -1.
+    static int weightIndex(int dimension, unsigned flags);
     /// One vertex, of the flags word of its array.
     static geometry::Vector3f point(const float* numbers, int dimension, unsigned flags);
     // These change vertices for all who share the array. Weights stay.

@@ -7,6 +7,7 @@
 #include <GL/gl.h>
 
 using geometry::GVector;
+using geometry::GVectorArray;
 using geometry::Vector3f;
 
 const VMetaClass GL_VertexShape::metaClass("GL_VertexShape", &ZYLObject::factory,
@@ -19,7 +20,7 @@ const VMetaClass* GL_VertexShape::metaObject() const
 
 GL_VertexShape::GL_VertexShape()
 {
-    vertices = geometry::GVectorArray(0, 3, unsigned(GVector::Float));
+    vertices = GVectorArray(0, 3, unsigned(GVector::Float));
 }
 
 void GL_VertexShape::rebuild()
@@ -30,18 +31,36 @@ void GL_VertexShape::rebuild()
 
 void GL_VertexShape::updateBounds()
 {
-    setShapeBounds(GL_PointView(vertices).bounds());
+    geometry::Box3f box;
+    for (const GVectorArray& array : pointArrays())
+        box.include(GL_PointView(array).bounds());
+    setShapeBounds(box);
+}
+
+template <class Move>
+bool GL_VertexShape::movePoint(int index, Move move)
+{
+    if (index < 0)
+        return false;
+    unsigned at = unsigned(index);
+    for (GVectorArray& array : pointArrays()) {
+        const GL_PointView points(array);
+        if (at < points.size()) {
+            GL_PointView::replace(array, at, move(Vector3f(points[at])));
+            rebuild();
+            return true;
+        }
+        at -= points.size();
+    }
+    return false;
 }
 
 bool GL_VertexShape::event(VEvent* event)
 {
     if (const geometry::Matrix4f* const matrix = pointTransform(event)) {
         auto* const action = static_cast<VActionEvent*>(event);
-        const int index = action->detail();
-        if (index >= 0 && unsigned(index) < GL_PointView(vertices).size()) {
-            const Vector3f point = GL_PointView(vertices)[unsigned(index)];
-            GL_PointView::replace(vertices, unsigned(index), transformed(point, *matrix));
-            rebuild();
+        if (movePoint(action->detail(),
+                      [&](const Vector3f& point) { return transformed(point, *matrix); })) {
             action->accept();
             return true;
         }
@@ -108,13 +127,16 @@ void GL_VertexShape::hit(GL_RenderEvent* event)
         return;
     }
     const GL_MatrixScope scope(event->traversal, transform());
-    const GL_PointView points(vertices);
     glEnableClientState(GL_VERTEX_ARRAY);
-    glVertexPointer(3, GL_FLOAT, 0, points.data());
     glPushName(0);
-    for (unsigned i = 0; i < points.size(); ++i) {
-        glLoadName(i);
-        glDrawArrays(GL_POINTS, GLint(i), 1);
+    GLuint name = 0;
+    for (const GVectorArray& array : pointArrays()) {
+        const GL_PointView points(array);
+        glVertexPointer(3, GL_FLOAT, 0, points.data());
+        for (unsigned i = 0; i < points.size(); ++i) {
+            glLoadName(name++);
+            glDrawArrays(GL_POINTS, GLint(i), 1);
+        }
     }
     glPopName();
     glDisableClientState(GL_VERTEX_ARRAY);
@@ -123,21 +145,19 @@ void GL_VertexShape::hit(GL_RenderEvent* event)
 bool GL_VertexShape::drag(GL_Viewer* viewer, const geometry::Vector2i& from,
                           const geometry::Vector2i& to)
 {
-    const int part = pickedPart(this, viewer);
-    if (part < 0 || unsigned(part) >= GL_PointView(vertices).size())
-        return GL_Shape::drag(viewer, from, to);
-    const Vector3f point = GL_PointView(vertices)[unsigned(part)];
-    const Vector3f offset = viewer->localVector(this, from, to, point);
-    GL_PointView::replace(vertices, unsigned(part), point + offset);
-    rebuild();
-    return true;
+    const auto move = [&](const Vector3f& point) {
+        return point + viewer->localVector(this, from, to, point);
+    };
+    return movePoint(pickedPart(this, viewer), move) || GL_Shape::drag(viewer, from, to);
 }
 
 void GL_VertexShape::drawHandles(GL_RenderEvent*)
 {
-    const GL_PointView points(vertices);
     glEnableClientState(GL_VERTEX_ARRAY);
-    glVertexPointer(3, GL_FLOAT, 0, points.data());
-    glDrawArrays(GL_POINTS, 0, GLsizei(points.size()));
+    for (const GVectorArray& array : pointArrays()) {
+        const GL_PointView points(array);
+        glVertexPointer(3, GL_FLOAT, 0, points.data());
+        glDrawArrays(GL_POINTS, 0, GLsizei(points.size()));
+    }
     glDisableClientState(GL_VERTEX_ARRAY);
 }

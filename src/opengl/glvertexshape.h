@@ -4,6 +4,8 @@
 #include "opengl/glmaterial.h"
 #include "opengl/glshape.h"
 
+#include <vector>
+
 /// The base of shapes over an array of vertices, which can be moved one by one while the shape is
 /// selected. A vertex has its index as selection name.
 ///
@@ -40,12 +42,18 @@ public:
     using GL_Shape::drawHandles;
 
 protected:
+    /// The arrays of points that can be moved, which are numbered one array after another.
+    virtual std::vector<geometry::GVectorArray> pointArrays() const { return {vertices}; }
+
     /// The materials by their names, which come last in either form.
     VFormatIO& readMaterials(VFormatIO& io, int tag);
     VFormatIO& writeMaterials(VFormatIO& io, int tag) const;
 
 private:
     void updateBounds();
+    /// Moves a point by what `move` makes of it; false without such a point.
+    template <class Move>
+    bool movePoint(int index, Move move);
 
     GL_MaterialVector m_materials;
 };
