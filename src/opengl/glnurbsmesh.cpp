@@ -27,6 +27,7 @@ constexpr std::tuple vertexFields(filled("vertices", 0x80, &Record::vertices),
                                   filled("textureCoords", 0x81, &Record::textureCoords));
 constexpr std::tuple textureFields(filled("faceUVs", 0x83, &Record::textureRows));
 constexpr quint8 facesTag = 0x82;
+constexpr float tolerance = 12; // pixels; what GLU starts with shows as corners in the outline
 constexpr unsigned indexFlags = GVector::Int | 1u << GVector::dimensionShift;
 
 bool hasIndices(const NurbsFace& face)
@@ -180,7 +181,9 @@ void GL_NurbsMesh::drawShape(GL_RenderEvent* event)
     if (testFlags(Rebuild))
         m_cache->clear();
     setFlags(Rebuild, false);
-    m_cache->draw(event, *this, materials(), {}, [this](GL_NurbsTessellator& tessellator) {
+    GL_NurbsSampling sampling;
+    sampling.tolerance = tolerance;
+    m_cache->draw(event, *this, materials(), sampling, [this](GL_NurbsTessellator& tessellator) {
         GL_NurbsPatch patch;
         unsigned material = 0, firstUV = 0;
         for (const NurbsFace* face : faces()) {
