@@ -10,12 +10,6 @@ using geometry::Vector3f;
 
 namespace
 {
-bool isFinite(const Matrix4f& matrix)
-{
-    return std::all_of(&matrix.m[0][0], &matrix.m[0][0] + 16,
-                       [](float number) { return std::isfinite(number); });
-}
-
 /// Turns a normal as the surface turns, whatever the matrix does to lengths: by the cofactors of
 /// its upper block, which are there for a flat one too.
 Vector3f mapNormal(const Matrix4f& a, const Vector3f& n)
@@ -29,6 +23,24 @@ Vector3f mapNormal(const Matrix4f& a, const Vector3f& n)
     return normalize(mapped);
 }
 } // namespace
+
+bool isFinite(const Matrix4f& matrix)
+{
+    return std::all_of(&matrix.m[0][0], &matrix.m[0][0] + 16,
+                       [](float number) { return std::isfinite(number); });
+}
+
+bool invert(const Matrix4f& matrix, Matrix4f& inverse)
+{
+    // Asked first, since inverting warns.
+    if (!isFinite(matrix) || matrix.det4() == 0)
+        return false;
+    const Matrix4f result = matrix.invert();
+    if (!isFinite(result))
+        return false;
+    inverse = result;
+    return true;
+}
 
 void WeightBinding::clear(unsigned vertexCount)
 {
@@ -97,16 +109,9 @@ bool Skin::bind(const Matrix4f* joints, unsigned count)
 {
     std::vector<Matrix4f> inverses;
     inverses.reserve(count);
-    for (unsigned i = 0; i < count; ++i) {
-        // Asked first, since inverting warns.
-        if (!isFinite(joints[i]) || joints[i].det4() == 0)
-            break;
-        inverses.push_back(joints[i].invert());
-        if (!isFinite(inverses.back())) {
-            inverses.pop_back();
-            break;
-        }
-    }
+    Matrix4f inverse;
+    while (inverses.size() < count && invert(joints[inverses.size()], inverse))
+        inverses.push_back(inverse);
     m_bind.clear();
     if (inverses.size() != count)
         return false;
@@ -124,9 +129,9 @@ bool Skin::deform(const Matrix4f* joints, unsigned count, Vector3f* positions,
 {
     if (count != m_bind.size() || m_binding.jointCount() > count)
         return false;
-    std::vector<Matrix4f> moves(count);
+    m_moves.resize(count);
     for (unsigned i = 0; i < count; ++i)
-        moves[i] = m_bind[i] * joints[i];
+        m_moves[i] = m_bind[i] * joints[i];
     const bool withNormals = normals && hasNormals();
     for (unsigned vertex = 0; vertex < vertexCount(); ++vertex) {
         const Influence *begin = nullptr, *end = nullptr;
@@ -140,11 +145,11 @@ bool Skin::deform(const Matrix4f* joints, unsigned count, Vector3f* positions,
                 normals[vertex] = m_normals[vertex];
             continue;
         }
-        Matrix4f blended = moves[unsigned(begin->joint)];
+        Matrix4f blended = m_moves[unsigned(begin->joint)];
         if (end - begin > 1) {
             blended *= begin->weight;
             for (const Influence* i = begin + 1; i != end; ++i)
-                blended += moves[unsigned(i->joint)] * i->weight;
+                blended += m_moves[unsigned(i->joint)] * i->weight;
         }
         positions[vertex] = blended.map(m_positions[vertex]);
         if (withNormals)

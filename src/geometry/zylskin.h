@@ -47,6 +47,11 @@ private:
     unsigned m_jointCount = 0;
 };
 
+ZYL_EXPORT bool isFinite(const geometry::Matrix4f& matrix);
+/// Inverts without a warning. False, with nothing written, for a singular matrix or one that isn't
+/// finite, or whose inverse isn't.
+ZYL_EXPORT bool invert(const geometry::Matrix4f& matrix, geometry::Matrix4f& inverse);
+
 /// A surface that joints move.
 ///
 /// The matrix of a joint maps its space to that of the skin. A vertex moves as the weighted mean of
@@ -68,6 +73,8 @@ public:
     unsigned jointCount() const { return unsigned(m_bind.size()); }
 
     unsigned vertexCount() const { return unsigned(m_positions.size()); }
+    /// Where the vertices rest.
+    const geometry::Vector3f* positions() const { return m_positions.data(); }
     bool hasNormals() const { return !m_normals.empty(); }
 
     /// Writes where the surface is when the joints are here. Normals, of length 1, may be null.
@@ -79,6 +86,7 @@ public:
 private:
     std::vector<geometry::Vector3f> m_positions, m_normals;
     std::vector<geometry::Matrix4f> m_bind;
+    mutable std::vector<geometry::Matrix4f> m_moves; // kept, so that a frame allocates nothing
     WeightBinding m_binding;
 };
 } // namespace physics
