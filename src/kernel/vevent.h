@@ -248,6 +248,9 @@ public:
         TransformAfter = 1002,  ///< `Matrix4f*` E: the matrix M becomes M x E
         GetTransform = 1003,    ///< `Matrix4f*`, filled by the handler
         SetTransform = 1004,    ///< `Matrix4f*`
+        GetWorldMatrix = 1005,  ///< `Matrix4f*`, filled: from the node's space to the root's
+        GetVertices = 1006,     ///< `Vector3fArray*`, filled with a copy
+        SetVertices = 1007,     ///< `Vector3fArray*`, as many as there are; the handler copies
         AddColor = 1011,        ///< `Vector4f*`, added to the colour as four floats
         GetColor = 1012,        ///< `VColor*`, filled by the handler
         SetColor = 1013,        ///< `VColor*`

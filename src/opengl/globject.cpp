@@ -174,10 +174,16 @@ bool GL_Object::event(VEvent* event)
     if (ZYLObject::event(event))
         return true;
     VActionEvent* const action =
-        actionevent::between(event, VActionEvent::AddColor, VActionEvent::SetColor);
+        actionevent::between(event, VActionEvent::GetWorldMatrix, VActionEvent::SetColor);
     if (!action)
         return false;
     switch (action->code()) {
+    case VActionEvent::GetWorldMatrix: {
+        geometry::Matrix4f world;
+        hasTransform(world);
+        *action->value<geometry::Matrix4f>() = world;
+        break;
+    }
     case VActionEvent::AddColor:
         m_color = geometry::Vector4f(m_color) + *action->value<geometry::Vector4f>();
         break;
@@ -187,6 +193,8 @@ bool GL_Object::event(VEvent* event)
     case VActionEvent::SetColor:
         m_color = *action->value<VColor>();
         break;
+    default:
+        return false;
     }
     action->accept();
     return true;

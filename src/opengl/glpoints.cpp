@@ -7,6 +7,16 @@ using geometry::GVector;
 using geometry::GVectorArray;
 using geometry::Vector3f;
 
+namespace
+{
+/// Whether the vertices stand in memory as points do.
+bool isPlain(const GVectorArray& vertices)
+{
+    return vertices.type() == GVector::Float && vertices.dimension() == 3 &&
+           !(vertices.flags() & GVector::homogeneous);
+}
+} // namespace
+
 int GL_PointView::weightIndex(int dimension, unsigned flags)
 {
     if (dimension > 3)
@@ -19,8 +29,7 @@ GL_PointView::GL_PointView(const GVectorArray& vertices)
     const int dimension = vertices.dimension();
     if (vertices.type() == GVector::Bytes)
         return;
-    if (vertices.type() == GVector::Float && dimension == 3 &&
-        !(vertices.flags() & GVector::homogeneous)) {
+    if (isPlain(vertices)) {
         m_data = reinterpret_cast<const Vector3f*>(vertices.data());
         m_size = vertices.size();
         return;
@@ -75,6 +84,15 @@ void GL_PointView::replace(GVectorArray& vertices, unsigned index, const Vector3
     case GVector::Bytes:
         return;
     }
+}
+
+void GL_PointView::replace(GVectorArray& vertices, const Vector3f* points)
+{
+    if (isPlain(vertices))
+        std::copy_n(points, vertices.size(), reinterpret_cast<Vector3f*>(vertices.data()));
+    else
+        for (unsigned i = 0; i < count(vertices); ++i)
+            replace(vertices, i, points[i]);
 }
 
 void GL_PointView::transform(GVectorArray& vertices, const geometry::Matrix4f& matrix)

@@ -23,6 +23,11 @@ public:
     /// Points that are no finite numbers count nowhere.
     geometry::Box3f bounds() const;
 
+    /// As many as a view has.
+    static unsigned count(const geometry::GVectorArray& vertices)
+    {
+        return vertices.type() == geometry::GVector::Bytes ? 0 : vertices.size();
+    }
     /// Which number of a vertex is its weight, or -1.
     static int weightIndex(int dimension, unsigned flags);
     /// One vertex, of the flags word of its array.
@@ -31,6 +36,8 @@ public:
     /// The vertex must be there.
     static void replace(geometry::GVectorArray& vertices, unsigned index,
                         const geometry::Vector3f& point);
+    /// All vertices, by `count` points.
+    static void replace(geometry::GVectorArray& vertices, const geometry::Vector3f* points);
     static void transform(geometry::GVectorArray& vertices, const geometry::Matrix4f& matrix);
 
 private:

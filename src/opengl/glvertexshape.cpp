@@ -1,10 +1,14 @@
 #include "opengl/glvertexshape.h"
 
+#include "geometry/zylvectorarray.h"
+#include "opengl/glactionevent_p.h"
 #include "opengl/glcurve_p.h"
 #include "opengl/glnamelist_p.h"
 #include "opengl/glpoints_p.h"
 
 #include <GL/gl.h>
+
+#include <algorithm>
 
 using geometry::GVector;
 using geometry::GVectorArray;
@@ -65,7 +69,40 @@ bool GL_VertexShape::event(VEvent* event)
             return true;
         }
     }
-    return GL_Shape::event(event);
+    return verticesEvent(event) || GL_Shape::event(event);
+}
+
+/// Tells all points, or takes as many as there are.
+bool GL_VertexShape::verticesEvent(VEvent* event)
+{
+    VActionEvent* const action =
+        actionevent::between(event, VActionEvent::GetVertices, VActionEvent::SetVertices);
+    if (!action)
+        return false;
+    const bool isAsked = action->code() == VActionEvent::GetVertices;
+    auto& value = *action->value<geometry::Vector3fArray>();
+    std::vector<GVectorArray> arrays = pointArrays();
+    unsigned count = 0;
+    for (const GVectorArray& array : arrays)
+        count += GL_PointView::count(array);
+    if (isAsked)
+        value = geometry::Vector3fArray(int(count));
+    if (value.size() != count)
+        return false;
+    Vector3f* points = value.data();
+    for (GVectorArray& array : arrays) {
+        if (isAsked) {
+            const GL_PointView view(array);
+            std::copy_n(view.data(), view.size(), points);
+        } else {
+            GL_PointView::replace(array, points);
+        }
+        points += GL_PointView::count(array);
+    }
+    if (!isAsked)
+        rebuild();
+    action->accept();
+    return true;
 }
 
 VFormatIO& GL_VertexShape::readMaterials(VFormatIO& io, int tag)

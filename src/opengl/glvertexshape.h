@@ -50,6 +50,7 @@ protected:
     VFormatIO& writeMaterials(VFormatIO& io, int tag) const;
 
 private:
+    bool verticesEvent(VEvent* event);
     void updateBounds();
     /// Moves a point by what `move` makes of it; false without such a point.
     template <class Move>
