@@ -3,6 +3,7 @@
 
 #include "action/actiondict.h"
 #include "geometry/zylnurbs.h"
+#include "geometry/zylvectorarray.h"
 #include "kernel/vevent.h"
 #include "kernel/vformatio.h"
 #include "kernel/vobjectfinder.h"
@@ -35,9 +36,13 @@ struct Node : ZYLObject, geometry::NurbsCurve {
         auto& action = *static_cast<VActionEvent*>(event);
         if (action.code() == VActionEvent::SetText)
             fuzz::require(action.value<QString>()->size() < (1 << 20));
+        else if (action.code() == VActionEvent::GetVertices)
+            *action.value<geometry::Vector3fArray>() = geometry::Vector3fArray(corners, 3);
         action.accept();
         return true;
     }
+
+    static constexpr geometry::Vector3f corners[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
 };
 
 struct Finder : VObjectFinder {
@@ -67,7 +72,7 @@ void read(QByteArray bytes, bool binary, ActionDict& actions)
 {
     Form form(&bytes, binary, QIODevice::ReadOnly);
     form.io >> actions;
-    // The scene that a request finds curves in outlives its actions; this one doesn't.
+    // The scene that a request finds objects in outlives its actions; this one doesn't.
     actions.forgetReceivers({&form.finder.node});
 }
 

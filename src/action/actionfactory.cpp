@@ -7,6 +7,7 @@
 #include "action/keyframe.h"
 #include "action/motionpath.h"
 #include "action/nodeinput.h"
+#include "action/skincluster.h"
 #include "action/textactions.h"
 #include "action/transformactions.h"
 #include "action/valuetracker.h"
@@ -34,8 +35,8 @@ constexpr Entry entries[] = {
     {"Keyframe", &make<Keyframe>},           {"MotionPath", &make<MotionPath>},
     {"MoveAction", &make<MoveAction>},       {"NodeInput", &make<NodeInput>},
     {"RotateAction", &make<RotateAction>},   {"ScaleAction", &make<ScaleAction>},
-    {"SelectColor", &make<SelectColor>},     {"TextAction", &make<TextAction>},
-    {"ValueTracker", &make<ValueTracker>},
+    {"SelectColor", &make<SelectColor>},     {"SkinCluster", &make<SkinCluster>},
+    {"TextAction", &make<TextAction>},       {"ValueTracker", &make<ValueTracker>},
 };
 
 using Table = QAsciiDict<ActionFactory::Maker>;

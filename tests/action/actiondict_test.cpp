@@ -61,6 +61,11 @@ INSTANTIATE_TEST_SUITE_P(
             "SelectColor",
             "name \"s\";\ncolors {\n    0xff000001,\n    0x2\n};\nselector {\n    { 0.5, 1 }\n};\n",
             "130173 80 09 02 0500ff000001 0102 81 09 02 0380ff01 03800001"},
+        Kind{"SkinCluster",
+             "name \"s\";\njoints { \"a/b\", \"\" };\ninfluences {\n    { 0, 1 }\n};\n"
+             "weights { 0.5 };\nrest {\n    { 1, 0, 2 }\n};\n",
+             "130173 80 3007 1303 612f62 1300 82 04 02 00 0101 83 05 01 0380ff01 84 0a 03 "
+             "03800001 00 03800101"},
         Kind{"ComplexAction", "name \"x\";\nactions { \"a\", \"\", \"b  c\" };\n",
              "130178 80 300b 130161 1300 1304 62202063"},
         Kind{"MotionPath",
