@@ -22,6 +22,43 @@ Vector3f mapNormal(const Matrix4f& a, const Vector3f& n)
         mapped = -mapped; // a mirrored surface keeps its outside
     return normalize(mapped);
 }
+
+/// The weighted mean of matrices, in registers all the way.
+class Blend
+{
+    using Row = Matrix4f::Row;
+
+public:
+    Blend(const Matrix4f* moves, const Influence* begin, const Influence* end)
+    {
+        const Matrix4f& first = moves[begin->joint];
+        for (int i = 0; i < 4; ++i)
+            m_rows[i] = first.row(i);
+        if (end - begin == 1)
+            return; // to the bit
+        for (Row& row : m_rows)
+            row = begin->weight * row;
+        for (const Influence* influence = begin + 1; influence != end; ++influence)
+            for (int i = 0; i < 4; ++i)
+                m_rows[i] = m_rows[i] + influence->weight * moves[influence->joint].row(i);
+    }
+
+    Vector3f map(const Vector3f& v) const
+    {
+        const Row mapped = v.x * m_rows[0] + v.y * m_rows[1] + v.z * m_rows[2] + m_rows[3];
+        return Vector3f(mapped[0], mapped[1], mapped[2]);
+    }
+    Matrix4f matrix() const
+    {
+        Matrix4f result;
+        for (int i = 0; i < 4; ++i)
+            result.setRow(i, m_rows[i]);
+        return result;
+    }
+
+private:
+    Row m_rows[4];
+};
 } // namespace
 
 bool isFinite(const Matrix4f& matrix)
@@ -145,15 +182,10 @@ bool Skin::deform(const Matrix4f* joints, unsigned count, Vector3f* positions,
                 normals[vertex] = m_normals[vertex];
             continue;
         }
-        Matrix4f blended = m_moves[unsigned(begin->joint)];
-        if (end - begin > 1) {
-            blended *= begin->weight;
-            for (const Influence* i = begin + 1; i != end; ++i)
-                blended += m_moves[unsigned(i->joint)] * i->weight;
-        }
-        positions[vertex] = blended.map(m_positions[vertex]);
+        const Blend blend(m_moves.data(), begin, end);
+        positions[vertex] = blend.map(m_positions[vertex]);
         if (withNormals)
-            normals[vertex] = mapNormal(blended, m_normals[vertex]);
+            normals[vertex] = mapNormal(blend.matrix(), m_normals[vertex]);
     }
     return true;
 }
