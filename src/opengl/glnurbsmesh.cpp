@@ -183,31 +183,34 @@ void GL_NurbsMesh::drawShape(GL_RenderEvent* event)
     setFlags(Rebuild, false);
     GL_NurbsSampling sampling;
     sampling.tolerance = tolerance;
-    m_cache->draw(event, *this, materials(), sampling, [this](GL_NurbsTessellator& tessellator) {
-        GL_NurbsPatch patch;
-        unsigned material = 0, firstUV = 0;
-        for (const NurbsFace* face : faces()) {
-            int countU, countV;
-            const unsigned size = face ? face->vertices.size() : 0;
-            if (face && countPoints(*face, countU, countV) &&
-                patch.set(points(*face, vertices), face->orderU, face->orderV, countU, countV,
-                          toFloats(face->knotsU, face->vertices.flags()),
-                          toFloats(face->knotsV, face->vertices.flags()))) {
-                std::vector<Vector2f> texture;
-                for (unsigned i = firstUV; i < firstUV + size && i < faceUVs().size(); ++i) {
-                    const unsigned index = unsigned(faceUVs().data()[i]);
-                    texture.push_back(index < textureCoords().size() ? textureCoords().data()[index]
-                                                                     : Vector2f());
-                }
-                patch.setTexture(std::move(texture));
-                tessellator.add(patch);
-                const GL_Material* const look =
-                    material < materials().size() ? materials()[material] : nullptr;
-                tessellator.endRun({material}, look && look->isTransparent());
-            }
-            firstUV += size;
-            if (material + 1 < materials().size())
-                ++material;
-        }
-    });
+    m_cache->draw(event, *this, materials(), sampling, faces().size(),
+                  [this](GL_NurbsTessellator& tessellator) {
+                      GL_NurbsPatch patch;
+                      unsigned material = 0, firstUV = 0;
+                      for (const NurbsFace* face : faces()) {
+                          int countU, countV;
+                          const unsigned size = face ? face->vertices.size() : 0;
+                          if (face && countPoints(*face, countU, countV) &&
+                              patch.set(points(*face, vertices), face->orderU, face->orderV, countU,
+                                        countV, toFloats(face->knotsU, face->vertices.flags()),
+                                        toFloats(face->knotsV, face->vertices.flags()))) {
+                              std::vector<Vector2f> texture;
+                              for (unsigned i = firstUV; i < firstUV + size && i < faceUVs().size();
+                                   ++i) {
+                                  const unsigned index = unsigned(faceUVs().data()[i]);
+                                  texture.push_back(index < textureCoords().size()
+                                                        ? textureCoords().data()[index]
+                                                        : Vector2f());
+                              }
+                              patch.setTexture(std::move(texture));
+                              tessellator.add(patch);
+                              const GL_Material* const look =
+                                  material < materials().size() ? materials()[material] : nullptr;
+                              tessellator.endRun({material}, look && look->isTransparent());
+                          }
+                          firstUV += size;
+                          if (material + 1 < materials().size())
+                              ++material;
+                      }
+                  });
 }

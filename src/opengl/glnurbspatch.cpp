@@ -21,10 +21,10 @@ namespace
 {
 constexpr int mostOrder = 24;          // that GLU takes
 constexpr std::size_t mostEntries = 4; // views kept
-// How many steps GLU may take along a surface, and over all of it: each makes some ten vertices.
+// How many steps GLU may take along a patch, and over all of a shape: each makes some ten vertices.
 // GLU itself knows no end, so that a surface close to the eye would take minutes.
 constexpr double mostSteps = 4096;
-constexpr double mostCells = 1 << 16;
+constexpr double mostCells = 1 << 15;
 
 /// What GLU's code takes: it fails on much else in ways of its own.
 bool isUsable(const float* numbers, std::size_t count)
@@ -131,8 +131,9 @@ void GL_NurbsTessellator::DeleteRenderer::operator()(GLUnurbs* renderer) const
 }
 
 GL_NurbsTessellator::GL_NurbsTessellator(GL_MeshCache& cache, const GL_NurbsView& view,
-                                         const GL_NurbsSampling& sampling)
-    : m_cache(cache), m_renderer(gluNewNurbsRenderer()), m_view(view), m_sampling(sampling)
+                                         const GL_NurbsSampling& sampling, unsigned patches)
+    : m_cache(cache), m_renderer(gluNewNurbsRenderer()), m_view(view), m_sampling(sampling),
+      m_mostCells(std::max(mostCells / std::max(patches, 1u), 4.0))
 {
     GLUnurbs* const renderer = m_renderer.get();
     if (!renderer)
@@ -191,8 +192,10 @@ void GL_NurbsTessellator::limit(const GL_NurbsPatch& patch)
     };
     const double u = length(countU, 1, countV, countU);
     const double v = length(countV, countU, countU, 1);
-    const double least = std::max({std::sqrt(u * v / mostCells), u / mostSteps, v / mostSteps});
-    const float tolerance = std::max(m_sampling.tolerance, float(least));
+    const double steps = std::min(mostSteps, m_mostCells);
+    const double least = std::max({std::sqrt(u * v / m_mostCells), u / steps, v / steps, 0.01});
+    const float tolerance =
+        m_sampling.tolerance > float(least) ? m_sampling.tolerance : float(least);
     GLUnurbs* const renderer = m_renderer.get();
     // A renderer that served another patch has its values.
     gluNurbsProperty(renderer, GLU_SAMPLING_TOLERANCE, tolerance);
@@ -200,7 +203,7 @@ void GL_NurbsTessellator::limit(const GL_NurbsPatch& patch)
     // These count where a piece reaches through the plane of the eye.
     const double pieces = double(countU - std::size_t(patch.orderU()) + 1) *
                           double(countV - std::size_t(patch.orderV()) + 1);
-    const int most = std::max(2, int(std::sqrt(4 * mostCells / pieces)));
+    const int most = std::max(2, int(std::sqrt(8 * m_mostCells / pieces)));
     gluNurbsProperty(renderer, GLU_U_STEP, float(qBound(2, m_sampling.stepU, most)));
     gluNurbsProperty(renderer, GLU_V_STEP, float(qBound(2, m_sampling.stepV, most)));
 }

@@ -65,8 +65,9 @@ private:
 class GL_NurbsTessellator
 {
 public:
+    /// So many patches at most share what a shape may take.
     GL_NurbsTessellator(GL_MeshCache& cache, const GL_NurbsView& view,
-                        const GL_NurbsSampling& sampling);
+                        const GL_NurbsSampling& sampling, unsigned patches);
     ~GL_NurbsTessellator();
     GL_NurbsTessellator(const GL_NurbsTessellator&) = delete;
     GL_NurbsTessellator& operator=(const GL_NurbsTessellator&) = delete;
@@ -89,6 +90,7 @@ private:
     std::unique_ptr<GLUnurbs, DeleteRenderer> m_renderer;
     const GL_NurbsView m_view;
     const GL_NurbsSampling m_sampling;
+    const double m_mostCells; // a patch
     // Of the open figure
     unsigned m_mode = 0;
     geometry::Vector3f m_normal;
@@ -105,17 +107,18 @@ class GL_NurbsCache
 public:
     void clear() { m_entries.clear(); }
 
-    /// Draws what `fill` adds to a tessellator, asking that only for a view that is new.
+    /// Draws what `fill` adds to a tessellator, asking that only for a view that is new. It adds so
+    /// many patches at most.
     template <class Fill>
     void draw(GL_RenderEvent* event, GL_Shape& shape, const GL_MaterialVector& materials,
-              const GL_NurbsSampling& sampling, Fill fill)
+              const GL_NurbsSampling& sampling, unsigned patches, Fill fill)
     {
         const GL_NurbsView view(event);
         if (!find(view)) {
             Entry entry{view, std::make_unique<GL_MeshCache>()};
             entry.cache->begin(nullptr, 0, true, 0);
             {
-                GL_NurbsTessellator tessellator(*entry.cache, view, sampling);
+                GL_NurbsTessellator tessellator(*entry.cache, view, sampling, patches);
                 fill(tessellator);
             }
             entry.cache->end();

@@ -126,7 +126,7 @@ void GL_NurbsSurface::drawShape(GL_RenderEvent* event)
         m_cache->clear();
     setFlags(Rebuild, false);
     const GL_NurbsSampling sampling{m_samplingTolerance, m_parametricTolerance, m_stepU, m_stepV};
-    m_cache->draw(event, *this, {}, sampling, [this](GL_NurbsTessellator& tessellator) {
+    m_cache->draw(event, *this, {}, sampling, 1, [this](GL_NurbsTessellator& tessellator) {
         GL_NurbsPatch patch;
         const int rows = countU > 0 ? int(vertices.size() / unsigned(countU)) : 0;
         if (!patch.set(vertices, orderU, orderV, countU, rows, toFloats(knotsU, vertices.flags()),

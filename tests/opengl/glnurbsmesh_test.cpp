@@ -122,6 +122,17 @@ TEST(NurbsMeshPictures, IndicesBeyondTheVerticesAreToldAndPassedOver)
     }
 }
 
+TEST(NurbsMeshPictures, ManyPatchesFarBeyondTheViewComeToAnEnd)
+{
+    std::string faces;
+    for (int i = 0; i < 300; ++i)
+        faces += std::string(i ? ", " : "") + "{ indices { 0, 1, 2, 3 }; orderU 2; orderV 2; }";
+    const auto mesh = makeMesh("vertices { { -1e6, -1e6, 0 }, { 1e6, -1e6, 0 }, { -1e6, 1e6, 0 }, "
+                               "{ 1e6, 1e6, 0 } }; faces { " +
+                               faces + " };");
+    EXPECT_GT(area(*mesh), 3.9); // all of the picture
+}
+
 /// The eighth of a ball, of degree 2 both ways: both its outline from above, a quarter of a circle,
 /// and its light, which is that of a true ball, are known.
 TEST(NurbsMeshPictures, AnEighthOfABallIsRound)
