@@ -41,6 +41,18 @@ public:
         XFlush(m_display);
     }
 
+    QStringList fontPath() override
+    {
+        QStringList path;
+        int count = 0;
+        char** const entries = m_display ? XGetFontPath(m_display, &count) : nullptr;
+        for (int i = 0; entries && i < count; ++i)
+            path.append(QString::fromLocal8Bit(entries[i]));
+        if (entries)
+            XFreeFontPath(entries);
+        return path;
+    }
+
 private:
     Display* m_display;
 };
@@ -59,6 +71,11 @@ bool VX11::pointerPosition(int& x, int& y)
 {
     x = y = 0;
     return false;
+}
+
+QStringList VX11::fontPath()
+{
+    return QStringList();
 }
 
 VX11* VX11::instance()

@@ -2,6 +2,8 @@
 
 #include "toolkit/zylexport.h"
 
+#include <qstringlist.h>
+
 /// What the library asks of the X server. This class answers as there is none.
 class ZYL_EXPORT VX11
 {
@@ -15,6 +17,9 @@ public:
     /// Where the pointer is on the whole screen; false, with both at 0, where there is none.
     virtual bool pointerPosition(int& x, int& y);
     virtual void setPointerPosition(int, int) {}
+
+    /// Where the server looks for fonts: mostly folders, but an entry may be anything else.
+    virtual QStringList fontPath();
 
     /// The substitute, or the server of the environment's display, opened at the first call.
     /// Without a display the answers are those of this class.

@@ -15,12 +15,17 @@ namespace glyph
 {
 float pixelSize(const GL_Viewer* viewer, const Vector3f& point)
 {
+    return pixelSizeAt(viewer, viewer ? viewer->worldToEyeZ(point) : 0);
+}
+
+float pixelSizeAt(const GL_Viewer* viewer, float eyeZ)
+{
     if (!viewer)
         return 0.01f;
     const double size = viewer->pixelSize();
     if (!viewer->testFlags(GL_Viewer::Perspective))
         return float(size);
-    return float(size * std::fabs(viewer->worldToEyeZ(point)) / viewer->distance());
+    return float(size * std::fabs(eyeZ) / viewer->distance());
 }
 
 Matrix4f frame(const Vector3f& x, const Vector3f& y, const Vector3f& z, const Vector3f& origin)

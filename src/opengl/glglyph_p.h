@@ -10,6 +10,8 @@ namespace glyph
 /// The length of one pixel at a point of the world. Marks are drawn by it, so that they show in
 /// every view, however large the scene.
 float pixelSize(const GL_Viewer* viewer, const geometry::Vector3f& point);
+/// Likewise for a point of this z in the eye's space.
+float pixelSizeAt(const GL_Viewer* viewer, float eyeZ);
 
 /// A matrix from its rows.
 geometry::Matrix4f frame(const geometry::Vector3f& x, const geometry::Vector3f& y,
