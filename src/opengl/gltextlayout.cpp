@@ -47,7 +47,7 @@ bool fitsQuotes(const QString& text)
 {
     return std::none_of(text.begin(), text.end(), [](QChar c) {
         return c == QLatin1Char(';') || c == QLatin1Char('{') || c == QLatin1Char('}') ||
-               c.isNull() || c.isSurrogate();
+               c.isNull();
     });
 }
 

@@ -32,6 +32,7 @@ TEST(VX11, StandsInForAMissingDisplayWithoutAWord)
     WarningCatcher warnings;
     qunsetenv("DISPLAY");
     EXPECT_EQ(VX11::instance()->bitmapBitOrder(), 0);
+    EXPECT_TRUE(VX11::instance()->fontPath().isEmpty());
     EXPECT_EQ(VX11::instance(), VX11::instance());
     EXPECT_TRUE(warnings.isEmpty());
 }
