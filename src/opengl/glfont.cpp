@@ -71,9 +71,8 @@ void GL_Font::init(GL_Scene*)
     m_atlas = nullptr;
     m_face = openFace();
     if (!m_face) {
-        const QString& what = m_file.isEmpty() ? m_family : m_file;
-        if (!what.isEmpty())
-            qWarning("GL_Font::init: Cannot open %s", qPrintable(what));
+        if (!m_file.isEmpty())
+            qWarning("GL_Font::init: Cannot open %s", qPrintable(m_file));
         m_face = VFontDatabase::instance()->standardFace();
     }
 }

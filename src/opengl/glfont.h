@@ -36,7 +36,7 @@ public:
 
     VFormatIO& read(VFormatIO& io) override;
     VFormatIO& write(VFormatIO& io) const override;
-    /// Opens the face. Warns, and takes the standard one, where it can't.
+    /// Opens the face, or the standard one where it can't, with a warning about a file.
     void init(GL_Scene* scene) override;
 
     /// Null before `init`, and where there is no font at all.

@@ -241,10 +241,14 @@ TEST_F(TextStage, WithoutAnyFontIsMadeOfBoxes)
 {
     WarningCatcher warnings;
     const FontPath none;
+    font->setFamily(text("Blocks"));
+    font->setFile(QString());
+    font->init(&scene);
     for (const char* const characters : {"Hi there", "again"}) {
         GL_Text2 node;
         node.setText(text(characters));
         node.setSize(0.5f);
+        node.setFont(characters[0] == 'H' ? font : nullptr);
         node.init(nullptr);
         for (const GL_TextLayout::Place& place : node.places())
             EXPECT_EQ(place.glyph, &GL_Glyph::box());
