@@ -43,6 +43,8 @@ public:
     /// From the origin to (1, 0, 0).
     GL_Line();
 
+    using geometry::Line3f::bounds;
+
     bool event(VEvent* event) override;
     VFormatIO& read(VFormatIO& io) override;
     VFormatIO& write(VFormatIO& io) const override;
