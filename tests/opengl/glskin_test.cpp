@@ -24,12 +24,12 @@ const char* const strip =
     " Mesh { name \"strip\"; transform { translate { 0, 0, 5 }; scale { 2, 2, 2 }; };"
     "  vertices { { 0, 0, 0 }, { 0, 1, 0 }, { 2, 0, 0 }, { 2, 1, 0 }, { 4, 0, 0 }, { 4, 1, 0 } };"
     "  faces { { 0, 0, 2, 3, 1 }, { 0, 2, 4, 5, 3 } }; }"
-    " Joint { name \"root\"; transform { translate { 0, 0, 5 }; scale { 2, 2, 2 }; }; children {"
+    " Joint { name \"trunk\"; transform { translate { 0, 0, 5 }; scale { 2, 2, 2 }; }; children {"
     "  Joint { name \"tip\"; transform { translate { 2, 0, 0 }; }; } }; } }; }\n"
     "RotateAction { name \"turn\"; }\n"
-    "SkinCluster { name \"skin\"; joints { \"/objects/all/root\", \"all/root/tip\" };"
+    "SkinCluster { name \"skin\"; joints { \"/objects/all/trunk\", \"all/trunk/tip\" };"
     " influences { { 0, 0 }, { 1, 0 }, { 2, 0 }, { 2, 1 }, { 3, 1 }, { 4, 1 }, { 5, 1 } }; }\n"
-    "connection { action \"turn\"; input 0; output { \"/objects/all/root/tip\" }; }\n"
+    "connection { action \"turn\"; input 0; output { \"/objects/all/trunk/tip\" }; }\n"
     "connection { action \"skin\"; input 2; output { \"/objects/all/strip\" }; }\n"
     "connection { signal \"valueChanged(int,double)\"; receiver \"turn\";"
     " slot \"evaluate(int,double)\"; }\n"
@@ -93,7 +93,7 @@ TEST(Skin, OutlivesItsJointsAndNodes)
     auto& group = node<GL_Group>(scene, "all");
     scene.evaluate(2, 90);
     expectVertices(scene, upright);
-    scene.removeModel(&node<GL_Object>(scene, "all/root"));
+    scene.removeModel(&node<GL_Object>(scene, "all/trunk"));
     scene.evaluate(2, 45);
     expectVertices(scene, straight);
     const auto& skin = static_cast<const SkinCluster&>(*scene.actions().find("skin"));
