@@ -64,7 +64,7 @@ struct ZYL_EXPORT QLongKeys {
 };
 
 template <class Keys>
-class QGDictIterator;
+class ZYL_EXPORT QGDictIterator;
 
 /// The untyped part of the dictionaries: a fixed number of buckets with a chain of items each.
 ///
